@@ -15,10 +15,13 @@ struct Matrix44d {
     double operator()(int row, int column) const { return m[4 * row + column]; }
 };
 
-static_assert(sizeof(Matrix44d) == 128 && alignof(Matrix44d) == alignof(double), "crosses the module boundary");
+static_assert(sizeof(Matrix44d) == 128 && alignof(Matrix44d) == alignof(double),
+              "crosses the module boundary");
 
 /// The first three elements of a row: an axis (rows 0 to 2) or the translation (row 3).
-inline Vec3d row(const Matrix44d& a, int r) { return {a.m[4 * r], a.m[4 * r + 1], a.m[4 * r + 2]}; }
+inline Vec3d row(const Matrix44d& a, int r) {
+    return {a.m[4 * r], a.m[4 * r + 1], a.m[4 * r + 2]};
+}
 
 inline void setRow(Matrix44d& a, int r, const Vec3d& v) {
     a.m[4 * r] = v.x;
@@ -26,8 +29,12 @@ inline void setRow(Matrix44d& a, int r, const Vec3d& v) {
     a.m[4 * r + 2] = v.z;
 }
 
-inline Vec3d translation(const Matrix44d& a) { return row(a, 3); }
-inline void setTranslation(Matrix44d& a, const Vec3d& t) { setRow(a, 3, t); }
+inline Vec3d translation(const Matrix44d& a) {
+    return row(a, 3);
+}
+inline void setTranslation(Matrix44d& a, const Vec3d& t) {
+    setRow(a, 3, t);
+}
 
 /// The product for row vectors: p · (a · b) = (p · a) · b.
 inline Matrix44d operator*(const Matrix44d& a, const Matrix44d& b) {
@@ -44,7 +51,9 @@ inline bool operator==(const Matrix44d& a, const Matrix44d& b) {
         if (a.m[i] != b.m[i]) return false;
     return true;
 }
-inline bool operator!=(const Matrix44d& a, const Matrix44d& b) { return !(a == b); }
+inline bool operator!=(const Matrix44d& a, const Matrix44d& b) {
+    return !(a == b);
+}
 
 /// Whether the fourth column is exactly (0, 0, 0, 1): then w stays 1 and the division can be left out.
 inline bool isAffine(const Matrix44d& a) {
@@ -107,8 +116,8 @@ inline bool inverseGeneral(const Matrix44d& a, Matrix44d& r) {
             const double d = minor3(a, rr[0], rr[1], rr[2], cc[0], cc[1], cc[2]);
             cofactor(i, j) = (i + j) % 2 == 0 ? d : -d;
         }
-    const double det = a.m[0] * cofactor.m[0] + a.m[1] * cofactor.m[1] + a.m[2] * cofactor.m[2] +
-                       a.m[3] * cofactor.m[3];
+    const double det =
+        a.m[0] * cofactor.m[0] + a.m[1] * cofactor.m[1] + a.m[2] * cofactor.m[2] + a.m[3] * cofactor.m[3];
     if (det == 0.0) return false;
     for (int i = 0; i < 4; ++i)
         for (int j = 0; j < 4; ++j) r(i, j) = cofactor(j, i) / det;
@@ -117,8 +126,9 @@ inline bool inverseGeneral(const Matrix44d& a, Matrix44d& r) {
 
 } // namespace detail
 
-/// The inverse: from the 3 x 3 cofactors and the translation when the matrix is affine, from the full cofactors
-/// otherwise. A matrix whose determinant is zero, or whose inverse is not finite, gives the identity.
+/// The inverse: from the 3 x 3 cofactors and the translation when the matrix is affine, from the full
+/// cofactors otherwise. A matrix whose determinant is zero, or whose inverse is not finite, gives the
+/// identity.
 inline Matrix44d inverse(const Matrix44d& a) {
     Matrix44d r;
     const bool solved = isAffine(a) ? detail::inverseAffine(a, r) : detail::inverseGeneral(a, r);

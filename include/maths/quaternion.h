@@ -2,8 +2,8 @@
 // Unit quaternions for row vectors: the shortest turn between two directions (half-way quaternion, no acos),
 // to and from row matrices, spherical interpolation the shorter way (Shoemake 1985).
 //
-// Convention: q = (x, y, z, w), Hamilton product; the row matrix R(q) turns u into u · R. Products of turns are
-// done on matrices; on quaternions the order is reversed: R(a) · R(b) = R(b ⊗ a).
+// Convention: q = (x, y, z, w), Hamilton product; the row matrix R(q) turns u into u · R. Products of turns
+// are done on matrices; on quaternions the order is reversed: R(a) · R(b) = R(b ⊗ a).
 #pragma once
 
 #include "maths/matrix44.h"
@@ -17,7 +17,9 @@ struct Quatd {
     double w = 1.0;
 };
 
-inline double dot(const Quatd& a, const Quatd& b) { return a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w; }
+inline double dot(const Quatd& a, const Quatd& b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z + a.w * b.w;
+}
 
 /// q over its length; the identity when it has no usable length.
 inline Quatd normalise(const Quatd& q) {
@@ -55,9 +57,10 @@ inline Quatd fromRotation(const Vec3d& r0, const Vec3d& r1, const Vec3d& r2) {
     return normalise(q); // each branch is the quaternion times four times its largest component
 }
 
-/// The shortest rotation that turns direction u onto direction v; both may have any length. No turn when either
-/// has no direction. For opposite directions: half a turn about u × e, e the unit axis of u's smallest absolute
-/// component (ties: x before y before z). Never through acos, so equal directions give exactly no turn.
+/// The shortest rotation that turns direction u onto direction v; both may have any length. No turn when
+/// either has no direction. For opposite directions: half a turn about u × e, e the unit axis of u's smallest
+/// absolute component (ties: x before y before z). Never through acos, so equal directions give exactly no
+/// turn.
 inline Quatd shortestTurn(const Vec3d& from, const Vec3d& to) {
     const Vec3d u = normalise(from), v = normalise(to);
     if (u == Vec3d{} || v == Vec3d{}) return {};
