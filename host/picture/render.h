@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+// A software renderer for shaded pictures of characters: z-buffer, two-sided, soft light from the camera's
+// side, supersampled edges. Needs no display; the same input gives the same bytes.
+#pragma once
+
+#include "host/picture/image.h"
+#include "host/writers/output_mesh.h"
+#include "maths/vec3.h"
+
+#include <vector>
+
+namespace talvisora::host {
+
+/// A box around points; empty until something was added.
+struct Bounds {
+    Vec3d low{1.0, 1.0, 1.0};
+    Vec3d high{-1.0, -1.0, -1.0};
+    bool empty() const { return low.x > high.x; }
+    /// Points that are not finite are passed over.
+    void add(const std::vector<Vec3d>& points);
+};
+
+/// From where to look. Angles in degrees. Yaw 0 is the front: towards +z with y up, towards −y with z up; 90
+/// is the character's left side (+x). Pitch is how far the camera is raised.
+struct View {
+    double yaw = 60.0;
+    double pitch = 15.0;
+    Vec3d up{0.0, 1.0, 0.0}; ///< {0, 1, 0} or {0, 0, 1}; anything else counts as y up
+};
+
+inline View frontView(const Vec3d& up = {0.0, 1.0, 0.0}) {
+    return {0.0, 5.0, up};
+}
+inline View threeQuarterView(const Vec3d& up = {0.0, 1.0, 0.0}) {
+    return {60.0, 15.0, up};
+}
+
+/// A perspective camera. Use one for all frames of a picture, so that they can be compared.
+struct Camera {
+    Vec3d eye, right, up, forward; ///< unit axes, right-handed with −forward
+    double focal = 2.5;            ///< distance of a picture plane whose height is 2
+    Vec3d worldUp{0.0, 1.0, 0.0};
+    double ground = 0.0;               ///< height of the lowest point of the box, along worldUp
+    double nearest = 1e-3;             ///< what is closer to the eye is not drawn
+    double shiftX = 0.0, shiftY = 0.0; ///< moves the projection so that the box stands in the middle
+};
+
+/// The camera that shows the whole box in a picture of the given shape with a small margin.
+/// An empty box, or one without extent, counts as the unit box round its place.
+Camera makeCamera(const Bounds& bounds, const View& view, double widthOverHeight);
+
+struct RenderOptions {
+    int width = 640;
+    int height = 480;
+    int samples = 3;    ///< supersampling per axis, 1 to 4
+    bool flat = false;  ///< shade faces instead of smooth points
+    bool shadow = true; ///< a soft shade on the ground under the character
+    Rgb background{238, 238, 236};
+    Rgb surface{196, 176, 152}; ///< where no colours are given
+};
+
+/// Draws the meshes at `points` (one per joined point).
+/// colours  empty, or one per joined point.
+/// Triangles with a point that is not finite, or that cross the camera's nearest plane, are left out.
+/// Fails with HostError (kOutput) on meshes whose indices are out of range and on sizes outside 1 … 16384.
+Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3d>& points,
+                   const Camera& camera, const RenderOptions& options, const std::vector<Rgb>& colours = {});
+
+} // namespace talvisora::host
