@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+// Function set of dependency nodes.
+#pragma once
+
+#include "../headless_api.h"
+#include <maya/MFnBase.h>
+#include <maya/MString.h>
+
+namespace Autodesk::Maya::OpenMaya20240000 {
+
+/// Queries on an unattached function set, or on a node that was deleted since, give the empty string and
+/// MStatus::kFailure.
+class HEADLESS_API MFnDependencyNode : public MFnBase {
+public:
+    MFnDependencyNode();
+    MFnDependencyNode(MObject& object, MStatus* ReturnStatus = nullptr);
+    MFnDependencyNode(const MObject& object, MStatus* ReturnStatus = nullptr);
+    ~MFnDependencyNode() override;
+
+    MFn::Type type() const override;
+
+    /// Name of the node at this moment, with its namespace prefix if it has one.
+    MString name(MStatus* ReturnStatus = nullptr) const;
+    /// Name of the node's type.
+    MString typeName(MStatus* ReturnStatus = nullptr) const;
+};
+
+} // namespace Autodesk::Maya::OpenMaya20240000
