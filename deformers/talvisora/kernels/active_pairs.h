@@ -8,33 +8,23 @@
 #include <cstdint>
 #include <vector>
 
+#include "kernels/variant_table.h"
+
 namespace talvisora {
 
 struct PointStage;
+struct VariantTable;
 
 /// Lives on the node between evaluations. Memory: about 26 bytes per pair and 4 per point that has one.
 class ActivePairs {
 public:
-    static constexpr int kTilePoints = 512;
-
-    /// Pairs of one tile that share block and knot span. They are pairs [firstPair, firstPair + count). A
-    /// contiguous run's pairs own the slots from firstSlot on, one after the other; the pairs of the others
-    /// name their slots one by one.
-    struct Run {
-        std::int32_t block;
-        std::int32_t span;
-        std::uint32_t firstPair;
-        std::uint16_t count;
-        std::uint16_t firstSlot;
-        std::uint8_t contiguous;
-    };
-
+    /// Where one tile's runs, slots and pairs begin in the flat lists, and how many runs and slots it has.
     struct Tile {
-        std::uint32_t firstRun;
-        std::uint32_t runCount;
-        std::size_t firstPoint; ///< into slotPoint(): which point of the tile a slot stands for
-        std::uint32_t slotCount;
-        std::size_t firstPair;
+        std::size_t firstRun = 0;
+        std::size_t firstSlot = 0;
+        std::size_t firstPair = 0;
+        std::int32_t runCount = 0;
+        std::int32_t slotCount = 0;
     };
 
     /// Forgets everything; the next evaluation builds the list anew.
@@ -45,30 +35,36 @@ public:
     void update(const PointStage& stage);
 
     bool valid() const { return valid_; }
-    std::size_t pairCount() const { return slots_.size(); }
+    std::size_t pairCount() const { return pairSlots_.size(); }
 
     const std::vector<Tile>& tiles() const { return tiles_; }
-    const std::vector<Run>& runs() const { return runs_; }
-    const std::vector<std::uint16_t>& slots() const { return slots_; }
+    const std::vector<PairRun>& runs() const { return runs_; }
     const std::vector<std::uint16_t>& slotPoints() const { return slotPoints_; }
-    const std::vector<float>& weights() const { return weights_; } ///< block weight of each pair
-    const std::vector<float>& basis() const { return basis_; }     ///< four values per pair, see kernels
-    bool weightMapsAreOne() const { return weightMapsAreOne_; }
+    /// Per tile six rows of weight-map values, from 6 · firstSlot on; empty when every value is 1.
+    const std::vector<float>& slotMaps() const { return slotMaps_; }
+    const std::vector<std::uint16_t>& pairSlots() const { return pairSlots_; }
+    const std::vector<float>& pairWeights() const { return pairWeights_; }
+    const std::vector<float>& pairBasis() const { return pairBasis_; }
+
+    /// Room for the block tables of one evaluation, kept so that evaluations need not allocate.
+    std::vector<BlockTable> tables;
 
 private:
     bool fits(const PointStage& stage) const;
-    void build(const PointStage& stage);
+    void countTile(const PointStage& stage, std::size_t tile);
+    void fillTile(const PointStage& stage, const VariantTable& variant, std::size_t tile);
+    void fillMaps(const PointStage& stage);
 
     bool valid_ = false;
-    bool weightMapsAreOne_ = false;
     std::size_t pointCount_ = 0;
     std::vector<std::int32_t> controlPointCounts_;
     std::vector<Tile> tiles_;
-    std::vector<Run> runs_;
-    std::vector<std::uint16_t> slots_;
+    std::vector<PairRun> runs_;
     std::vector<std::uint16_t> slotPoints_;
-    std::vector<float> weights_;
-    std::vector<float> basis_;
+    std::vector<float> slotMaps_;
+    std::vector<std::uint16_t> pairSlots_;
+    std::vector<float> pairWeights_;
+    std::vector<float> pairBasis_;
 };
 
 } // namespace talvisora

@@ -13,6 +13,7 @@
 namespace talvisora {
 
 class ActivePairs;
+struct VariantTable;
 
 /// Everything that the point stage reads. All pointers are borrowed for the call. N = pointCount,
 /// B = blockCount, M = MAX_CV_MATRICES; index formulas are in records.h. World space unless said otherwise.
@@ -44,5 +45,8 @@ struct PointStage {
 /// (see ActivePairs) and must be invalidated by whoever rewrites orders, block weights, params or weight
 /// maps. May throw std::bad_alloc; points are untouched then.
 void deformPoints(const PointStage& stage, ActivePairs& pairs);
+
+/// The same with a given variant, which this machine must be able to run.
+void deformPoints(const PointStage& stage, ActivePairs& pairs, const VariantTable& variant);
 
 } // namespace talvisora
