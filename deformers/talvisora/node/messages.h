@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+// Texts of the module's own failures and the line numbers that they print. The numbers are constants of each
+// check: riggers quote them, so they must not move when the sources do.
+#pragma once
+
+#include <string>
+
+#include "fault.h"
+#include "kernels/records.h"
+
+namespace talvisora {
+
+/// Joints that a block with in-between control points can hold.
+inline constexpr int kMaxJoints = MAX_CV_MATRICES / 3;
+
+/// Lines that the checks of a block's set-up print. The set-up is one, its two callers print different lines.
+struct SetupLines {
+    int tooFewJoints;
+    int jointNotFound;
+    int tooManyJoints;
+    int bendNotFound;
+};
+inline constexpr SetupLines kCpuSetupLines{1117, 1127, 1156, 1253};
+inline constexpr SetupLines kGpuSetupLines{1725, 1735, 1764, 1861};
+
+/// Lines of the checks outside the set-up.
+namespace line {
+inline constexpr int kSharedHierarchy[3] = {401, 402, 403}; ///< empty name, absent, of another kind
+inline constexpr int kSoaPointsAbsent = 411;
+inline constexpr int kSoaPointsInvalid = 412;
+inline constexpr int kNoBlocks = 421;
+inline constexpr int kParamsCount = 431;
+inline constexpr int kNoCachedBlocks = 501;
+} // namespace line
+
+inline Fault tooFewJoints(const SetupLines& lines, int b) {
+    return assertion(lines.tooFewJoints, "joints[" + std::to_string(b) + "] must be > 1");
+}
+inline Fault jointNotFound(const SetupLines& lines, const std::string& name) {
+    return assertion(lines.jointNotFound, "Cannot find '" + name + "' in hier!");
+}
+inline Fault tooManyJoints(const SetupLines& lines) {
+    return assertion(lines.tooManyJoints, "Joint's number must not be > " + std::to_string(kMaxJoints) +
+                                              " or > " + std::to_string(MAX_CV_MATRICES) + " (when simple)");
+}
+inline Fault bendNotFound(const SetupLines& lines, const std::string& name) {
+    return assertion(lines.bendNotFound, "Cannot find bend control '" + name + "' in hier!");
+}
+
+inline Fault noBlocks() {
+    return assertion(line::kNoBlocks, "block is NULL");
+}
+inline Fault paramsCountDiffers(int b) {
+    return assertion(line::kParamsCount, "block[" + std::to_string(b) + "].params != NUM_ELEMENTS");
+}
+inline Fault soaPointsAbsent(const std::string& key) {
+    return sharedInputFault(line::kSoaPointsAbsent, "cannot find shared input '" + key + "'");
+}
+inline Fault soaPointsInvalid(const std::string& key) {
+    return sharedInputFault(line::kSoaPointsInvalid, "cannot get shared input '" + key + "'. Invalid type");
+}
+inline Fault noCachedBlocks() {
+    return assertion(line::kNoCachedBlocks, "bsize is 0");
+}
+
+} // namespace talvisora

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+// The joints of one block: world matrices by name, the aim correction that lets every joint look at the next
+// one, and the joints' own frames, which take the twist out between neighbours.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "fault.h"
+#include "hierarchy.h"
+#include "maths/matrix44.h"
+#include "node/messages.h"
+
+namespace talvisora {
+
+/// n joints in chain order, world space, doubles. Vectors of n elements once the step that fills them is
+/// done.
+struct JointChain {
+    std::vector<Matrix44d> world;     ///< current; aim-corrected from aimJoints on
+    std::vector<Matrix44d> restWorld; ///< as bound, never corrected
+    std::vector<Vec3d> positions;     ///< translations of `world`
+    std::vector<Vec3d> restPositions;
+    std::vector<Matrix44d>
+        frames; ///< joint control matrices: unit axes, x turned onto the previous joint's x
+    std::vector<Matrix44d> restFrames;
+};
+
+/// Looks the joints up and fills `world`, `restWorld` and both positions. A fault names the first joint that
+/// is not in the table, or the record at which a walk to the root ended.
+Fault readJointChain(const std::vector<std::string>& names, const GrHierarchy& hierarchy,
+                     const SetupLines& lines, JointChain& chain);
+
+/// Turns every current joint but the last so that the next joint lies where its rest placement says: a
+/// stretched or translated joint does not bend the skin. Positions stay.
+void aimJoints(JointChain& chain);
+
+/// Fills `frames` and `restFrames`. Coincident or broken axes turn nothing.
+void buildJointFrames(JointChain& chain);
+
+} // namespace talvisora
