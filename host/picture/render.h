@@ -38,15 +38,18 @@ inline View threeQuarterView(const Vec3d& up = {0.0, 1.0, 0.0}) {
 /// A perspective camera. Use one for all frames of a picture, so that they can be compared.
 struct Camera {
     Vec3d eye, right, up, forward; ///< unit axes, right-handed with −forward
-    double focal = 2.5;            ///< distance of a picture plane whose height is 2
+    double focal = 3.5;            ///< distance of a picture plane whose height is 2
     Vec3d worldUp{0.0, 1.0, 0.0};
-    double ground = 0.0;               ///< height of the lowest point of the box, along worldUp
-    double nearest = 1e-3;             ///< what is closer to the eye is not drawn
-    double shiftX = 0.0, shiftY = 0.0; ///< moves the projection so that the box stands in the middle
+    double ground = 0.0;   ///< height of the lowest point of the box, along worldUp
+    double nearest = 1e-3; ///< what is closer to the eye is not drawn
 };
 
-/// The camera that shows the whole box in a picture of the given shape with a small margin.
-/// An empty box, or one without extent, counts as the unit box round its place.
+/// The closest camera that shows all given points, with a small margin, in a picture of the given shape.
+/// Points that are not finite are passed over; points that have no extent, or none at all, count as the unit
+/// box round their place.
+Camera makeCamera(const std::vector<Vec3d>& points, const View& view, double widthOverHeight);
+
+/// The same for a whole box: looser, but it needs no list of points.
 Camera makeCamera(const Bounds& bounds, const View& view, double widthOverHeight);
 
 struct RenderOptions {
@@ -62,7 +65,8 @@ struct RenderOptions {
 /// Draws the meshes at `points` (one per joined point).
 /// colours  empty, or one per joined point.
 /// Triangles with a point that is not finite, or that cross the camera's nearest plane, are left out.
-/// Fails with HostError (kOutput) on meshes whose indices are out of range and on sizes outside 1 … 16384.
+/// Fails with HostError (kOutput) on meshes whose indices are out of range and on pictures of no or more than
+/// 64 million samples (width × height × samples²).
 Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3d>& points,
                    const Camera& camera, const RenderOptions& options, const std::vector<Rgb>& colours = {});
 
