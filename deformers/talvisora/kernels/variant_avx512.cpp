@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+// The CPU functions for AVX-512: lanes and namespace are chosen here, the bodies are the same for all. Built
+// with flags of its own, so it includes nothing that holds ordinary inline functions or templates.
+#include <immintrin.h>
+
+#include "kernels/lanes_common.h"
+#include "kernels/variant_table.h"
+
+namespace talvisora {
+namespace avx512 {
+
+#include "kernels/lanes_avx512.h"
+
+#include "kernels/curve_body.h"
+#include "kernels/tweak_body.h"
+
+#include "kernels/deform_body.h"
+
+const VariantTable kTable = {"avx512", findSpan, basisFunction, evaluateCurve, spanBasis, deformTile};
+
+} // namespace avx512
+} // namespace talvisora

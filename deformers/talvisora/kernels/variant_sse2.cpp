@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+// The CPU functions for SSE 2: lanes and namespace are chosen here, the bodies are the same for all. Built
+// with flags of its own, so it includes nothing that holds ordinary inline functions or templates.
+#include <immintrin.h>
+
+#include "kernels/lanes_common.h"
+#include "kernels/variant_table.h"
+
+namespace talvisora {
+namespace sse2 {
+
+#include "kernels/lanes_sse2.h"
+
+#include "kernels/curve_body.h"
+#include "kernels/tweak_body.h"
+
+#include "kernels/deform_body.h"
+
+const VariantTable kTable = {"sse2", findSpan, basisFunction, evaluateCurve, spanBasis, deformTile};
+
+} // namespace sse2
+} // namespace talvisora
