@@ -17,11 +17,20 @@ enum class ExitCode : int {
     kOutput = 4,       ///< an output could not be written
 };
 
-/// The text is one line that names the file, the thing and the cure; no "error:" in front, no full stop needed.
+/// The text is one line that names the file, the thing and the cure; no "error:" in front, no full stop
+/// needed. It stays one line whatever names a file brings: control characters become '?'.
 class HostError : public std::runtime_error {
 public:
-    HostError(ExitCode exitCode, const std::string& text) : std::runtime_error(text), code(exitCode) {}
+    HostError(ExitCode exitCode, const std::string& text)
+        : std::runtime_error(oneLine(text)), code(exitCode) {}
     ExitCode code;
+
+private:
+    static std::string oneLine(std::string text) {
+        for (char& c : text)
+            if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+        return text;
+    }
 };
 
 } // namespace talvisora::host
