@@ -7,8 +7,9 @@
 
 namespace talvisora {
 
-/// Points of one tile; tiles are what a thread takes at a time.
-static constexpr int kTilePoints = 512;
+/// Points of one tile; tiles are what a thread takes at a time. Larger ones give longer runs where many
+/// blocks share a tile; this one's coordinates still fit a second-level cache.
+static constexpr int kTilePoints = 2048;
 
 /// Pairs of one tile that share block and knot span: pairs [firstPair, firstPair + count) of the list,
 /// counted from the tile's first pair. A contiguous run's pairs own the slots from firstSlot on, one after
