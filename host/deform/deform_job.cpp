@@ -1,0 +1,226 @@
+// SPDX-License-Identifier: Apache-2.0
+// Order: cheap checks of the options, the character, its clip and frames, the rig, the module, all outputs
+// opened, then frame by frame, then the picture. What can fail early fails before the long work.
+#include "host/deform/deform_job.h"
+
+#include "host/character/linear_blend.h"
+#include "host/deform/frame_outputs.h"
+#include "host/deform/frame_sheet.h"
+#include "host/progress.h"
+#include "host/rig_values.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <map>
+
+namespace talvisora::host {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+bool isFinite(const Vec3d& p) {
+    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
+}
+
+void checkOptions(const DeformJob& job) {
+    const auto refuse = [](const std::string& text) { throw HostError(ExitCode::kUsage, text); };
+    if (job.outputs.empty() && job.picture.empty() && job.capture.empty() && !job.baseline)
+        refuse("nothing to do: give -o FILE, --picture FILE, --capture FILE or --baseline");
+    checkOutputNames(job.outputs);
+    if (!(job.fps > 0.0) || !std::isfinite(job.fps)) refuse("--fps must be a positive number");
+    if (job.view != "front" && job.view != "three-quarter")
+        refuse("--view " + job.view + ": front or three-quarter expected");
+    if (job.up != "y" && job.up != "z") refuse("--up " + job.up + ": y or z expected");
+    if (!job.pictureFrames.empty() && job.picture.empty()) refuse("--picture-frames needs --picture FILE");
+    if (job.captureFrame != 0 && job.capture.empty()) refuse("--capture-frame needs --capture FILE");
+}
+
+std::vector<int> spread(const std::vector<int>& frames, std::size_t count) {
+    std::vector<int> chosen;
+    for (std::size_t k = 0; k < count && k < frames.size(); ++k)
+        chosen.push_back(frames[k * frames.size() / std::min(count, frames.size())]);
+    return chosen;
+}
+
+std::string describe(const CallResult& result) {
+    if (result.threw) return "the module threw '" + result.thrown + "'";
+    std::string text = "the module answered status " + std::to_string(result.status);
+    if (!result.messages.empty()) text += " and said: " + result.messages.front().text;
+    if (result.messages.size() > 1) text += " (and " + std::to_string(result.messages.size() - 1) + " more)";
+    return text;
+}
+
+// One character in one clip, bound to a session of the module.
+class Stage {
+public:
+    Stage(const DeformJob& job, const Character& character, const Clip& clip, AutoRig& rig,
+          const Module& module)
+        : job_(job),
+          character_(character),
+          clip_(clip),
+          rig_(rig),
+          session_(module, "grhost_deform", job.threads) {
+        fillSession(session_, character, rig, job.tangentTurn);
+    }
+
+    Pose pose(int frame) {
+        Pose sampled = samplePose(character_, clip_, frameSeconds(frame, job_.fps));
+        applyPose(rig_, sampled);
+        setFrame(session_, character_, rig_);
+        return sampled;
+    }
+
+    // The frame must have been posed. The result stays until the next pose.
+    const std::vector<Vec3d>& deform(int frame, DeformReport& report) {
+        const CallResult result = session_.deformCpu();
+        report.deformSeconds += result.seconds;
+        ++report.frames;
+        const std::string where = job_.character + ": frame " + std::to_string(frame) + ": ";
+        if (result.threw || result.status != 0)
+            throw HostError(ExitCode::kModuleFailed, where + describe(result));
+        const std::vector<Vec3d>& points = session_.record->points;
+        const auto broken = std::find_if_not(points.begin(), points.end(), isFinite);
+        if (broken != points.end())
+            throw HostError(
+                ExitCode::kModuleFailed,
+                where +
+                    std::to_string(points.end() - broken - std::count_if(broken, points.end(), isFinite)) +
+                    " deformed points are not finite, the first is point " +
+                    std::to_string(broken - points.begin()) +
+                    "; look at the joints' matrices with --capture");
+        return points;
+    }
+
+    void writeCaptureOf(int frame, const std::string& path) {
+        pose(frame);
+        writeCapture(path, session_.capture());
+    }
+
+private:
+    const DeformJob& job_;
+    const Character& character_;
+    const Clip& clip_;
+    AutoRig& rig_;
+    Session session_;
+};
+
+void describeRig(const Character& character, const AutoRig& rig, DeformReport& report) {
+    report.points = character.points.size();
+    report.vertices = character.vertexCount();
+    report.triangles = character.pointTriangles().size();
+    report.blocks = rig.blocks.size();
+    report.records = rig.records.size();
+    report.blocksPerPoint = rig.blocksPerPoint();
+    report.notes = character.warnings;
+    report.notes.insert(report.notes.end(), rig.notes.begin(), rig.notes.end());
+    const std::vector<double> left = rig.shareLeftBehind();
+    for (std::size_t i = 0; i < left.size(); ++i)
+        if (character.influenceStart[i] != character.influenceStart[i + 1])
+            report.leftBehind = std::max(report.leftBehind, left[i]);
+}
+
+} // namespace
+
+double DeformReport::deformRate() const {
+    return deformSeconds > 0.0 ? static_cast<double>(points * frames) / deformSeconds : 0.0;
+}
+
+double DeformReport::totalRate() const {
+    return totalSeconds > 0.0 ? static_cast<double>(points * frames) / totalSeconds : 0.0;
+}
+
+DeformReport runDeformJob(const DeformJob& job) {
+    const auto start = Clock::now();
+    checkOptions(job);
+    chooseVariant(job.variant);
+
+    const Character character = readCharacter(job.character, {job.units});
+    const Clip& clip = character.clips[findClip(character, job.clip)];
+    const int last = lastFrame(clip, job.fps);
+    const bool wholeRun = !job.outputs.empty() || job.baseline || !job.frames.empty();
+    const std::vector<int> clipFrames = parseFrames(job.frames, last);
+    std::vector<int> pictureFrames;
+    if (!job.picture.empty())
+        pictureFrames =
+            job.pictureFrames.empty() ? spread(clipFrames, 4) : parseFrames(job.pictureFrames, last);
+    const int captureFrame = job.captureFrame == 0
+                                 ? clipFrames.front()
+                                 : parseFrames(std::to_string(job.captureFrame), last).front();
+
+    DeformReport report;
+    report.character = job.character;
+    report.clip = clip.name;
+    AutoRig rig = buildAutoRig(character, job.blocks);
+    describeRig(character, rig, report);
+    const Module module(job.module);
+    Stage stage(job, character, clip, rig, module);
+
+    // What to evaluate: the frames for the files, then those that only the picture shows.
+    const std::vector<int> fileFrames = wholeRun ? clipFrames : std::vector<int>();
+    std::vector<int> frames = fileFrames;
+    for (const int frame : pictureFrames)
+        if (std::find(frames.begin(), frames.end(), frame) == frames.end()) frames.push_back(frame);
+
+    const double fileScale = 1.0 / character.evaluationPerFileUnit;
+    const auto toFile = [fileScale](std::vector<Vec3d>& to, const std::vector<Vec3d>& from) {
+        to.resize(from.size());
+        std::transform(from.begin(), from.end(), to.begin(), [=](const Vec3d& p) { return p * fileScale; });
+    };
+    FrameOutputContext context;
+    context.character = &character;
+    context.meshes = outputMeshes(character);
+    toFile(context.restPoints, character.points);
+    context.frames = clipFrames;
+    context.fps = job.fps;
+    context.clipName = clip.name;
+    context.zUp = job.up == "z";
+    std::vector<std::unique_ptr<FrameOutput>> outputs;
+    for (const std::string& path : job.outputs) outputs.push_back(openOutput(path, context));
+    if (!job.picture.empty()) checkWritable(job.picture);
+    if (!job.capture.empty()) stage.writeCaptureOf(captureFrame, job.capture);
+
+    DeformQuality quality(character.points, character.pointTriangles());
+    std::map<int, SheetFrame> shown;
+    std::vector<Vec3d> filePoints;
+    Progress progress("frames", frames.size(), job.quiet);
+    for (std::size_t k = 0; k < frames.size(); ++k) {
+        const int frame = frames[k];
+        const Pose pose = stage.pose(frame);
+        const std::vector<Vec3d>& deformed = stage.deform(frame, report);
+        const bool forFiles = k < fileFrames.size();
+        const std::vector<Vec3d> reference =
+            job.baseline ? linearBlend(character, pose) : std::vector<Vec3d>();
+        if (job.baseline && forFiles) quality.addFrame(deformed, reference);
+        if (std::find(pictureFrames.begin(), pictureFrames.end(), frame) != pictureFrames.end())
+            shown[frame] = {frame, deformed, reference};
+        if (forFiles && !outputs.empty()) {
+            toFile(filePoints, deformed);
+            for (const auto& output : outputs) output->addFrame(frame, filePoints);
+        }
+        progress.advance();
+    }
+    progress.finish();
+
+    for (const auto& output : outputs) {
+        output->close();
+        const std::vector<std::string> written = output->written();
+        report.written.insert(report.written.end(), written.begin(), written.end());
+    }
+    if (!job.picture.empty()) {
+        SheetOptions options;
+        const Vec3d up = job.up == "z" ? Vec3d{0.0, 0.0, 1.0} : Vec3d{0.0, 1.0, 0.0};
+        options.view = job.view == "front" ? frontView(up) : threeQuarterView(up);
+        std::vector<SheetFrame> sheet;
+        for (const int frame : pictureFrames) sheet.push_back(shown[frame]);
+        writeFrameSheet(job.picture, context.meshes, sheet, options);
+        report.written.push_back(job.picture);
+    }
+    if (!job.capture.empty()) report.written.push_back(job.capture);
+    if (job.baseline) report.quality = quality.report();
+    report.totalSeconds = std::chrono::duration<double>(Clock::now() - start).count();
+    return report;
+}
+
+} // namespace talvisora::host

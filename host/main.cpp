@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: Apache-2.0
+// grhost: a command-line host for the deformer module. This file is the command line and nothing else.
+#include "host/verbs/verbs.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+#include <memory>
+
+using namespace talvisora::host;
+
+namespace {
+
+constexpr int kMaxThreads = 1024;
+
+void addModuleOptions(CLI::App& app, std::string& module, std::string& variant, int& threads) {
+    app.add_option("--module", module, "module library; default: the one beside grhost")->type_name("FILE");
+    app.add_option("--variant", variant, "lower the processor variant: avx512, avx2, avx, sse4.1 or sse2")
+        ->type_name("NAME");
+    app.add_option("--threads", threads, "number of threads; default: all")
+        ->check(CLI::Range(1, kMaxThreads))
+        ->type_name("N");
+}
+
+void addUnits(CLI::App& app, FileUnit& units) {
+    app.add_option_function<std::string>(
+           "--units", [&units](const std::string& text) { units = parseFileUnit(text); },
+           "the file's unit: m, cm, mm, or keep (no conversion); default: what the file says, else m")
+        ->type_name("UNIT");
+}
+
+void addReplay(CLI::App& app, ReplayVerb& verb) {
+    app.add_option("capture", verb.capture, "capture to replay")->required()->type_name("CAPTURE.json");
+    app.add_option("--device", verb.device, "OpenCL device for deformGpu, from 0")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("N");
+    addModuleOptions(app, verb.module, verb.variant, verb.threads);
+}
+
+void addInfo(CLI::App& app, InfoVerb& verb) {
+    app.add_option("file", verb.target, "module library or character file")
+        ->required()
+        ->type_name("MODULE|CHARACTER");
+    addUnits(app, verb.units);
+    app.add_option("--fps", verb.fps, "frames per second, for clip lengths");
+    app.add_flag("--simple", verb.simple, "describe the rig of deform --simple");
+    app.add_flag("--json", verb.json, "print one JSON object");
+}
+
+void addDeform(CLI::App& app, DeformJob& job, std::string& params, int& tangentTurn, bool& json) {
+    app.add_option("character", job.character, "character file: glTF 2.0, FBX, COLLADA or X")
+        ->required()
+        ->type_name("CHARACTER");
+    app.add_option("--clip", job.clip, "clip, by its name or a unique part of it; default: the first")
+        ->type_name("NAME");
+    app.add_option("--frames", job.frames, "frames, e.g. 1-48 or 1,12,24; default: the whole clip")
+        ->type_name("LIST");
+    app.add_option("-o,--output", job.outputs, "output, by extension: .pc2, .obj (one per frame), .glb")
+        ->type_name("FILE");
+    app.add_option("--picture", job.picture, "picture of chosen frames")->type_name("FILE.png");
+    app.add_option("--picture-frames", job.pictureFrames, "frames of the picture; default: four of them")
+        ->type_name("LIST");
+    app.add_option("--view", job.view, "from where to look: front or three-quarter");
+    app.add_option("--up", job.up, "the file's upward axis: y or z");
+    app.add_flag("--baseline", job.baseline,
+                 "compare with linear-blend skinning, in figures and in the picture");
+    addUnits(app, job.units);
+    app.add_option("--fps", job.fps, "frame f lies at (f - 1) / fps seconds");
+    app.add_option("--params", params, "curve parameters: bone (per weighted bone) or nearest")
+        ->check(CLI::IsMember({"bone", "nearest"}));
+    app.add_flag("--simple", job.blocks.simple, "one control point per joint, for cords and tails");
+    app.add_option("--tangent-turn", tangentTurn, "0: leave the run setting TANGENT_TURN out")
+        ->check(CLI::IsMember({0, 1}));
+    app.add_option("--capture", job.capture, "write one evaluation as a capture")->type_name("FILE.json");
+    app.add_option("--capture-frame", job.captureFrame, "the frame to capture; default: the first")
+        ->check(CLI::PositiveNumber);
+    app.add_flag("--json", json, "print one JSON report on standard output");
+    app.add_flag("--quiet", job.quiet, "no summary, no notes, no progress bar");
+    addModuleOptions(app, job.module, job.variant, job.threads);
+}
+
+ExitCode run(int argc, char** argv) {
+    CLI::App app{"grhost: a host for the talvisora deformer, without Maya"};
+    app.require_subcommand(1);
+    app.set_version_flag("--version", "grhost 0.1.0");
+
+    ReplayVerb replayVerb;
+    InfoVerb infoVerb;
+    DeformJob job;
+    std::string params = "bone";
+    int tangentTurn = 1;
+    bool json = false;
+    CLI::App& replayApp = *app.add_subcommand("replay", "replay a capture and print what came back");
+    CLI::App& infoApp = *app.add_subcommand("info", "tell what is in a module or in a character");
+    CLI::App& deformApp = *app.add_subcommand("deform", "deform a skinned, animated character");
+    addReplay(replayApp, replayVerb);
+    addInfo(infoApp, infoVerb);
+    addDeform(deformApp, job, params, tangentTurn, json);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& success) { // --help, --version
+        app.exit(success);
+        return ExitCode::kDone;
+    } catch (const CLI::ParseError& error) {
+        throw HostError(ExitCode::kUsage, std::string(error.what()) + "; see grhost --help");
+    }
+    if (replayApp.parsed()) return runReplayVerb(replayVerb);
+    if (infoApp.parsed()) return runInfoVerb(infoVerb);
+    job.blocks.params = params == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;
+    job.tangentTurn = tangentTurn != 0;
+    return runDeformVerb(job, json);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return static_cast<int>(run(argc, argv));
+    } catch (const HostError& error) {
+        std::fprintf(stderr, "grhost: %s\n", error.what());
+        return static_cast<int>(error.code);
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "grhost: out of memory; try fewer frames or a smaller character\n");
+        return static_cast<int>(ExitCode::kInput);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "grhost: unexpected failure: %s\n", error.what());
+        return static_cast<int>(ExitCode::kInput);
+    }
+}

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/capture/json_writer.h"
+#include "host/verbs/verbs.h"
+
+#include <cstdio>
+
+namespace talvisora::host {
+
+namespace {
+
+template <class... Values>
+std::string format(const char* pattern, Values... values) {
+    char text[512];
+    std::snprintf(text, sizeof text, pattern, values...);
+    return text;
+}
+
+// 1234567 → "1.23 M"
+std::string rate(double perSecond) {
+    if (perSecond >= 1e6) return format("%.2f M", perSecond / 1e6);
+    if (perSecond >= 1e3) return format("%.1f k", perSecond / 1e3);
+    return format("%.0f", perSecond);
+}
+
+std::string summary(const DeformReport& report) {
+    std::string text;
+    if (report.quality) {
+        const QualityReport& quality = *report.quality;
+        text +=
+            format("against linear blending, %llu frames: rms %.3f %%, max %.2f %% of the size; hard folds "
+                   "%llu (linear blend %llu); crease %.2f deg (linear blend %.2f)\n",
+                   static_cast<unsigned long long>(quality.frames), quality.rmsPercent, quality.maxPercent,
+                   static_cast<unsigned long long>(quality.deformed.hardFolds),
+                   static_cast<unsigned long long>(quality.reference.hardFolds),
+                   quality.deformed.creaseDegrees, quality.reference.creaseDegrees);
+    }
+    for (std::size_t k = 0; k < report.written.size(); ++k) {
+        if (k == 4 && report.written.size() > 6) {
+            text += format("wrote … and %zu more\n", report.written.size() - 4);
+            break;
+        }
+        text += "wrote " + report.written[k] + "\n";
+    }
+    if (report.frames > 0)
+        text +=
+            format("%zu frames of '%s', %zu points, %zu blocks: %s points/s deforming (%.3f s), %s points/s "
+                   "in all (%.2f s)\n",
+                   report.frames, report.clip.c_str(), report.points, report.blocks,
+                   rate(report.deformRate()).c_str(), report.deformSeconds, rate(report.totalRate()).c_str(),
+                   report.totalSeconds);
+    return text;
+}
+
+void writeSurface(JsonWriter& json, const SurfaceReport& surface) {
+    json.beginObject();
+    json.key("creaseDegrees").value(surface.creaseDegrees).key("hardFolds").value(surface.hardFolds);
+    json.key("edgeLow").value(surface.edgeLow).key("edgeHigh").value(surface.edgeHigh);
+    json.key("volumeLow").value(surface.volumeLow).key("volumeHigh").value(surface.volumeHigh);
+    json.endObject();
+}
+
+std::string reportJson(const DeformReport& report) {
+    JsonWriter json(2);
+    json.beginObject();
+    json.key("format").value("talvisora-deform");
+    json.key("character").value(report.character);
+    json.key("clip").value(report.clip);
+    json.key("frames").value(std::uint64_t(report.frames));
+    json.key("points").value(std::uint64_t(report.points));
+    json.key("vertices").value(std::uint64_t(report.vertices));
+    json.key("triangles").value(std::uint64_t(report.triangles));
+    json.key("blocks").value(std::uint64_t(report.blocks));
+    json.key("records").value(std::uint64_t(report.records));
+    json.key("blocksPerPoint").value(report.blocksPerPoint);
+    json.key("leftBehind").value(report.leftBehind);
+    json.key("deformSeconds").value(report.deformSeconds);
+    json.key("totalSeconds").value(report.totalSeconds);
+    json.key("deformPointsPerSecond").value(report.deformRate());
+    json.key("totalPointsPerSecond").value(report.totalRate());
+    if (report.quality) {
+        json.key("baseline").beginObject();
+        json.key("frames").value(report.quality->frames);
+        json.key("diagonal").value(report.quality->diagonal);
+        json.key("rmsPercent").value(report.quality->rmsPercent);
+        json.key("maxPercent").value(report.quality->maxPercent);
+        writeSurface(json.key("deformed"), report.quality->deformed);
+        writeSurface(json.key("linearBlend"), report.quality->reference);
+        json.endObject();
+    }
+    json.key("notes").value(report.notes);
+    json.key("written").value(report.written);
+    return json.endObject().text() + "\n";
+}
+
+} // namespace
+
+ExitCode runDeformVerb(const DeformJob& job, bool json) {
+    const DeformReport report = runDeformJob(job);
+    if (!job.quiet)
+        for (const std::string& note : report.notes) std::fprintf(stderr, "note: %s\n", note.c_str());
+    if (json) {
+        if (!job.quiet) std::fputs(summary(report).c_str(), stderr);
+        printOut(reportJson(report));
+    } else if (!job.quiet) {
+        printOut(summary(report));
+    }
+    return ExitCode::kDone;
+}
+
+} // namespace talvisora::host

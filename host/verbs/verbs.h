@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+// The verbs of grhost behind the command line: options in, exit code out. Reports go to standard output, talk
+// to standard error; failures are HostError.
+#pragma once
+
+#include "host/deform/deform_job.h"
+
+#include <string>
+
+namespace talvisora::host {
+
+struct ReplayVerb {
+    std::string capture; ///< path
+    std::string module;  ///< path; empty: the one beside the executable
+    std::string variant;
+    int threads = 0;
+    int device = 0; ///< for deformGpu, where the module offers it
+};
+
+/// Prints the replay's answer.
+ExitCode runReplayVerb(const ReplayVerb& verb);
+
+struct InfoVerb {
+    std::string target; ///< path of a module or of a character
+    FileUnit units = FileUnit::kFromFile;
+    double fps = 24.0;
+    bool simple = false; ///< describe the rig that `deform --simple` would build
+    bool json = false;
+};
+
+/// Prints the attribute tree of a module, or joints, chains, clips, points and weights of a character.
+ExitCode runInfoVerb(const InfoVerb& verb);
+
+/// Deforms, then prints a summary, or with `json` one report object.
+ExitCode runDeformVerb(const DeformJob& job, bool json);
+
+/// Writes to standard output and makes sure that it arrived. Throws HostError kOutput.
+void printOut(const std::string& text);
+
+} // namespace talvisora::host
