@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// Order: joined points to the screen, triangles into a buffer of samples (nearest wins), samples shaded in
-// linear light, samples averaged to pixels. Everything runs in one thread in a fixed order, so bytes repeat.
+// Order: openness of every point, joined points to the screen, triangles into a buffer of samples (nearest
+// wins), samples shaded in linear light, samples averaged to pixels. Everything runs in one thread in a fixed
+// order, so bytes repeat.
 #include "host/picture/render.h"
 
 #include "host/host_error.h"
+#include "host/picture/cells.h"
+#include "host/picture/occlusion.h"
 #include "host/picture/shadow.h"
 
 #include <algorithm>
@@ -39,6 +42,14 @@ std::uint8_t toShown(float linear) {
     return static_cast<std::uint8_t>(shown * 255.0f + 0.5f);
 }
 
+/// One corner of a triangle, with all that varies over it.
+struct Corner {
+    ScreenPoint place;
+    Vec3d normal;
+    Linear colour;
+    Openness open;
+};
+
 // The light: a soft key from above the camera's left shoulder, a weak fill from its right, sky and ground
 // round it.
 class Light {
@@ -48,17 +59,21 @@ public:
           key_(normalise(camera.up * 0.75 - camera.right * 0.55 - camera.forward * 0.75)),
           fill_(normalise(camera.right * 0.9 - camera.forward * 0.35 + camera.up * 0.1)) {}
 
-    // normal, toEye: unit vectors, the normal on the side that is seen.
-    Linear shade(const Linear& surface, const Vec3d& normal, const Vec3d& toEye) const {
-        const double key = std::max(0.0, (dot(normal, key_) + 0.15) / 1.15); // wrapped a little: no hard edge
+    const Vec3d& keyDirection() const { return key_; }
+
+    // normal, toEye: unit vectors, the normal on the side that is seen; around, lit: what reaches that side.
+    Linear shade(const Linear& surface, const Vec3d& normal, const Vec3d& toEye, double around,
+                 double lit) const {
+        const double key =
+            lit * std::max(0.0, (dot(normal, key_) + 0.15) / 1.15); // wrapped a little: no hard edge
         const double fill = std::max(0.0, dot(normal, fill_));
         const double sky = 0.5 + 0.5 * dot(normal, up_);
-        const double shine = std::pow(std::max(0.0, dot(normal, normalise(key_ + toEye))), 28.0) * 0.05;
+        const double shine = std::pow(std::max(0.0, dot(normal, normalise(key_ + toEye))), 28.0) * 0.05 * lit;
         const double facing = std::max(0.0, dot(normal, toEye));
         // Slightly darker towards the outline, so that limbs stand off from each other and from the paper.
         const double rim = 0.72 + 0.28 * std::min(1.0, facing * 2.2);
-        const double warm = (0.92 * key + 0.10 * fill) * rim;
-        const double cool = (0.12 + 0.26 * sky) * rim;
+        const double warm = (0.99 * key + 0.10 * fill * around) * rim;
+        const double cool = (0.11 + 0.25 * sky) * around * rim;
         const auto channel = [&](float albedo, double warmth, double coolness) {
             return static_cast<float>(static_cast<double>(albedo) * (warm * warmth + cool * coolness) +
                                       shine);
@@ -96,52 +111,46 @@ public:
                camera_.up * ((y - height_ / 2.0) / scale_);
     }
 
-    /// One triangle; normals and colours per corner.
-    void fill(const ScreenPoint (&corner)[3], const Vec3d (&normal)[3], const Linear (&colour)[3]) {
-        if (corner[0].inverseDepth == 0.0 || corner[1].inverseDepth == 0.0 || corner[2].inverseDepth == 0.0)
-            return;
-        const double area = edge(corner[0], corner[1], corner[2].x, corner[2].y);
-        if (area == 0.0 || !std::isfinite(area)) return;
+    const Vec3d& keyDirection() const { return light_.keyDirection(); }
+
+    void fill(const Corner (&corner)[3]) {
+        const ScreenPoint &p = corner[0].place, &q = corner[1].place, &r = corner[2].place;
+        if (p.inverseDepth == 0.0 || q.inverseDepth == 0.0 || r.inverseDepth == 0.0) return;
         // Counter-clockwise is seen clockwise here, as y runs down: positive area is the back.
-        const double side = area > 0.0 ? -1.0 : 1.0;
-        const int left = toSample(std::min({corner[0].x, corner[1].x, corner[2].x}) - 0.5, width_);
-        const int right = toSample(std::max({corner[0].x, corner[1].x, corner[2].x}) + 0.5, width_);
-        const int top = toSample(std::min({corner[0].y, corner[1].y, corner[2].y}) - 0.5, height_);
-        const int bottom = toSample(std::max({corner[0].y, corner[1].y, corner[2].y}) + 0.5, height_);
-        for (int y = top; y < bottom; ++y) {
-            for (int x = left; x < right; ++x) {
-                const double px = x + 0.5, py = y + 0.5;
-                const double a = edge(corner[1], corner[2], px, py) / area;
-                const double b = edge(corner[2], corner[0], px, py) / area;
-                const double c = edge(corner[0], corner[1], px, py) / area;
-                if (a < 0.0 || b < 0.0 || c < 0.0) continue;
-                // 1/depth is linear on the screen; everything else is linear divided by depth.
-                const double wa = a * corner[0].inverseDepth, wb = b * corner[1].inverseDepth,
-                             wc = c * corner[2].inverseDepth, near = wa + wb + wc;
-                const std::size_t sample = static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) +
-                                           static_cast<std::size_t>(x);
-                if (static_cast<float>(near) <= nearness_[sample]) continue;
-                nearness_[sample] = static_cast<float>(near);
-                const Vec3d n = normalise(normal[0] * wa + normal[1] * wb + normal[2] * wc) * side;
-                const auto mix = [&](float ca, float cb, float cc) {
-                    return static_cast<float>((static_cast<double>(ca) * wa + static_cast<double>(cb) * wb +
-                                               static_cast<double>(cc) * wc) /
-                                              near);
-                };
-                const Linear surface{mix(colour[0].r, colour[1].r, colour[2].r),
-                                     mix(colour[0].g, colour[1].g, colour[2].g),
-                                     mix(colour[0].b, colour[1].b, colour[2].b)};
-                colours_[sample] = light_.shade(surface, n, -normalise(rayThrough(px, py)));
-            }
-        }
+        const bool back = (q.x - p.x) * (r.y - p.y) - (r.x - p.x) * (q.y - p.y) > 0.0;
+        const std::size_t side = back ? 1 : 0;
+        forEachCell({p.x, q.x, r.x}, {p.y, q.y, r.y}, width_, height_,
+                    [&](int x, int y, double a, double b, double c) {
+                        // 1/depth is linear on the screen; everything else is linear divided by depth.
+                        const double wa = a * p.inverseDepth, wb = b * q.inverseDepth,
+                                     wc = c * r.inverseDepth, near = wa + wb + wc;
+                        float& nearness = nearness_[sampleAt(x, y)];
+                        if (static_cast<float>(near) <= nearness) return;
+                        nearness = static_cast<float>(near);
+                        const Vec3d n =
+                            normalise(corner[0].normal * wa + corner[1].normal * wb + corner[2].normal * wc);
+                        const auto mix = [&](float ca, float cb, float cc) {
+                            return (static_cast<double>(ca) * wa + static_cast<double>(cb) * wb +
+                                    static_cast<double>(cc) * wc) /
+                                   near;
+                        };
+                        const Linear &ca = corner[0].colour, &cb = corner[1].colour, &cc = corner[2].colour;
+                        const Openness &oa = corner[0].open, &ob = corner[1].open, &oc = corner[2].open;
+                        const Linear surface{static_cast<float>(mix(ca.r, cb.r, cc.r)),
+                                             static_cast<float>(mix(ca.g, cb.g, cc.g)),
+                                             static_cast<float>(mix(ca.b, cb.b, cc.b))};
+                        colours_[sampleAt(x, y)] =
+                            light_.shade(surface, back ? -n : n, -normalise(rayThrough(x + 0.5, y + 0.5)),
+                                         mix(oa.around[side], ob.around[side], oc.around[side]),
+                                         mix(oa.key[side], ob.key[side], oc.key[side]));
+                    });
     }
 
     /// Darkens the samples that show the ground.
     void lay(const GroundShadow& shadow) {
         for (int y = 0; y < height_; ++y) {
             for (int x = 0; x < width_; ++x) {
-                const std::size_t sample = static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) +
-                                           static_cast<std::size_t>(x);
+                const std::size_t sample = sampleAt(x, y);
                 if (nearness_[sample] > 0.0f) continue;
                 const float light =
                     1.0f - 0.62f * static_cast<float>(shadow.along(rayThrough(x + 0.5, y + 0.5)));
@@ -159,9 +168,7 @@ public:
                 Linear sum;
                 for (int sample = 0; sample < samples * samples; ++sample) {
                     const int sx = x * samples + sample % samples, sy = y * samples + sample / samples;
-                    const Linear& c =
-                        colours_[static_cast<std::size_t>(sy) * static_cast<std::size_t>(width_) +
-                                 static_cast<std::size_t>(sx)];
+                    const Linear& c = colours_[sampleAt(sx, sy)];
                     // What is brighter than white must not outweigh the other samples of an edge.
                     sum = {sum.r + std::min(c.r, 1.0f), sum.g + std::min(c.g, 1.0f),
                            sum.b + std::min(c.b, 1.0f)};
@@ -173,12 +180,8 @@ public:
     }
 
 private:
-    static double edge(const ScreenPoint& from, const ScreenPoint& to, double x, double y) {
-        return (to.x - from.x) * (y - from.y) - (to.y - from.y) * (x - from.x);
-    }
-    // Clamped before it becomes a whole number: a point beside the eye projects arbitrarily far out.
-    static int toSample(double value, int size) {
-        return static_cast<int>(std::clamp(std::floor(value), 0.0, static_cast<double>(size)));
+    std::size_t sampleAt(int x, int y) const {
+        return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) + static_cast<std::size_t>(x);
     }
 
     const Camera& camera_;
@@ -209,30 +212,29 @@ Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3
     std::vector<ScreenPoint> projected;
     projected.reserve(points.size());
     for (const Vec3d& point : points) projected.push_back(canvas.project(point));
-    std::vector<Vec3d> normals;
-    if (!options.flat) smoothNormals(meshes, points, normals);
     const Linear plain = toLinear(options.surface);
-
-    std::vector<std::uint32_t> allTriangles; // as points, for the shadow
+    std::vector<std::uint32_t> triangles; // of all meshes, as points
     for (const OutputMesh& mesh : meshes) {
-        for (const std::uint32_t vertex : triangulate(mesh))
-            allTriangles.push_back(mesh.pointOfVertex[vertex]);
+        for (const std::uint32_t vertex : triangulate(mesh)) triangles.push_back(mesh.pointOfVertex[vertex]);
     }
-    for (std::size_t t = 0; t + 2 < allTriangles.size(); t += 3) {
-        ScreenPoint corner[3];
-        Vec3d normal[3];
-        Linear colour[3];
-        const std::uint32_t* point = &allTriangles[t];
+    std::vector<Vec3d> normals;
+    smoothNormals(meshes, points, normals);
+    std::vector<Openness> open(points.size());
+    if (options.occlusion) open = openness(points, normals, triangles, canvas.keyDirection());
+
+    for (std::size_t t = 0; t + 2 < triangles.size(); t += 3) {
+        Corner corner[3];
+        const std::uint32_t* point = &triangles[t];
         const Vec3d face =
             normalise(cross(points[point[1]] - points[point[0]], points[point[2]] - points[point[0]]));
         for (int k = 0; k < 3; ++k) {
-            corner[k] = projected[point[k]];
-            normal[k] = options.flat ? face : normals[point[k]];
-            colour[k] = colours.empty() ? plain : toLinear(colours[point[k]]);
+            const std::uint32_t i = point[k];
+            corner[k] = {projected[i], options.flat ? face : normals[i],
+                         colours.empty() ? plain : toLinear(colours[i]), open[i]};
         }
-        canvas.fill(corner, normal, colour);
+        canvas.fill(corner);
     }
-    if (options.shadow) canvas.lay(GroundShadow(points, allTriangles, camera));
+    if (options.shadow) canvas.lay(GroundShadow(points, triangles, camera));
     return canvas.average(options.samples);
 }
 

@@ -55,9 +55,10 @@ Camera makeCamera(const Bounds& bounds, const View& view, double widthOverHeight
 struct RenderOptions {
     int width = 640;
     int height = 480;
-    int samples = 3;    ///< supersampling per axis, 1 to 4
-    bool flat = false;  ///< shade faces instead of smooth points
-    bool shadow = true; ///< a soft shade on the ground under the character
+    int samples = 3;       ///< supersampling per axis, 1 to 4
+    bool flat = false;     ///< shade faces instead of smooth points
+    bool shadow = true;    ///< a soft shade on the ground under the character
+    bool occlusion = true; ///< the character hides light from itself: darker folds and far limbs
     Rgb background{238, 238, 236};
     Rgb surface{196, 176, 152}; ///< where no colours are given
 };

@@ -2,6 +2,8 @@
 // A coarse grid on the ground: every triangle marks the cells below it, three box blurs make the marks soft.
 #include "host/picture/shadow.h"
 
+#include "host/picture/cells.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -69,25 +71,11 @@ GroundShadow::GroundShadow(const std::vector<Vec3d>& points, const std::vector<s
         if (!usable) continue;
         // The sky lights the ground under a belly from the sides, so what is high up hardly counts.
         const float mark = static_cast<float>(std::clamp(1.0 - 1.1 * above / height, 0.15, 1.0));
-        const double area = (u[1] - u[0]) * (v[2] - v[0]) - (u[2] - u[0]) * (v[1] - v[0]);
-        const int first = static_cast<int>(std::min({v[0], v[1], v[2]}));
-        const int last = static_cast<int>(std::max({v[0], v[1], v[2]}));
-        const int left = static_cast<int>(std::min({u[0], u[1], u[2]}));
-        const int right = static_cast<int>(std::max({u[0], u[1], u[2]}));
-        for (int row = first; row <= std::min(last, rows_ - 1); ++row) {
-            for (int column = left; column <= std::min(right, columns_ - 1); ++column) {
-                bool inside = true;
-                for (std::size_t k = 0; k < 3 && inside; ++k) {
-                    const std::size_t n = (k + 1) % 3;
-                    const double edge =
-                        (u[n] - u[k]) * (row + 0.5 - v[k]) - (v[n] - v[k]) * (column + 0.5 - u[k]);
-                    inside = area >= 0.0 ? edge >= 0.0 : edge <= 0.0;
-                }
-                float& cell = darkness_[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) +
-                                        static_cast<std::size_t>(column)];
-                if (inside) cell = std::max(cell, mark);
-            }
-        }
+        forEachCell(u, v, columns_, rows_, [&](int column, int row, double, double, double) {
+            float& cell = darkness_[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) +
+                                    static_cast<std::size_t>(column)];
+            cell = std::max(cell, mark);
+        });
     }
     std::vector<float> line;
     for (int pass = 0; pass < 3; ++pass) {
