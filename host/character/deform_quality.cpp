@@ -16,14 +16,13 @@ constexpr double kHardFold = 40.0 * kPi / 180.0;
 constexpr double kBin = 0.001;  // width of a histogram bin in log edge ratio
 constexpr int kHalfBins = 7000; // e^±7: a thousandfold either way; what lies past it goes into the last bin
 
-/// The angle from one face's normal to the other's about their edge; 0 when either face has no area.
-double foldAngle(const std::vector<Vec3d>& p, const Triangle& left, const Triangle& right, std::uint32_t a,
-                 std::uint32_t b) {
+/// The angle between two faces' normals; 0 when either face has no area.
+double foldAngle(const std::vector<Vec3d>& p, const Triangle& left, const Triangle& right) {
     const auto normal = [&](const Triangle& t) {
         return normalise(cross(p[t[1]] - p[t[0]], p[t[2]] - p[t[0]]));
     };
-    const Vec3d n = normal(left), m = normal(right), edge = normalise(p[b] - p[a]);
-    return std::atan2(dot(cross(n, m), edge), dot(n, m));
+    const Vec3d n = normal(left), m = normal(right);
+    return std::atan2(length(cross(n, m)), dot(n, m));
 }
 
 double diagonal(const std::vector<Vec3d>& points) {
@@ -69,11 +68,9 @@ DeformQuality::DeformQuality(std::vector<Vec3d> rest, std::vector<Triangle> tria
                   0.0};
         if (edge.right >= 0)
             edge.angle = foldAngle(rest_, triangles_[static_cast<std::size_t>(edge.left)],
-                                   triangles_[static_cast<std::size_t>(edge.right)], edge.a, edge.b);
+                                   triangles_[static_cast<std::size_t>(edge.right)]);
         edges_.push_back(edge);
     }
-    deformed_.histogram.assign(2 * kHalfBins + 1, 0);
-    reference_.histogram.assign(2 * kHalfBins + 1, 0);
 }
 
 double DeformQuality::volume(const std::vector<Vec3d>& points) const {
@@ -86,23 +83,27 @@ double DeformQuality::volume(const std::vector<Vec3d>& points) const {
 
 void DeformQuality::measureSurface(const std::vector<Vec3d>& points, Surface& surface) const {
     for (const Vec3d& p : points) surface.broken += isFinite(p) ? 0 : 1;
+    std::vector<std::uint64_t> histogram(2 * kHalfBins + 1, 0);
+    std::uint64_t edgeCount = 0;
     for (const Edge& edge : edges_) {
         const double ratio = edge.length > 0.0 ? length(points[edge.b] - points[edge.a]) / edge.length : 1.0;
         if (std::isfinite(ratio)) {
             const double bin =
                 std::clamp(std::log(std::max(ratio, 1e-300)) / kBin, double(-kHalfBins), double(kHalfBins));
-            ++surface.histogram[static_cast<std::size_t>(std::lround(bin) + kHalfBins)];
-            ++surface.edgeCount;
+            ++histogram[static_cast<std::size_t>(std::lround(bin) + kHalfBins)];
+            ++edgeCount;
         }
         if (edge.right < 0) continue;
         const double angle = foldAngle(points, triangles_[static_cast<std::size_t>(edge.left)],
-                                       triangles_[static_cast<std::size_t>(edge.right)], edge.a, edge.b);
-        const double change = std::remainder(angle - edge.angle, 2.0 * kPi);
+                                       triangles_[static_cast<std::size_t>(edge.right)]);
+        const double change = angle - edge.angle;
         if (!std::isfinite(change)) continue;
         surface.creaseSquares += change * change;
         ++surface.creaseCount;
         surface.hardFolds += std::fabs(change) > kHardFold ? 1 : 0;
     }
+    surface.edgeLow = std::min(surface.edgeLow, percentile(histogram, edgeCount, 0.01));
+    surface.edgeHigh = std::max(surface.edgeHigh, percentile(histogram, edgeCount, 0.99));
     const double ratio = restVolume_ != 0.0 && !points.empty() ? volume(points) / restVolume_ : 1.0;
     if (std::isfinite(ratio)) {
         surface.volumeLow = std::min(surface.volumeLow, ratio);
@@ -133,8 +134,10 @@ SurfaceReport DeformQuality::summary(const Surface& surface) {
         report.creaseDegrees =
             std::sqrt(surface.creaseSquares / static_cast<double>(surface.creaseCount)) * 180.0 / kPi;
     report.hardFolds = surface.hardFolds;
-    report.edgeLow = percentile(surface.histogram, surface.edgeCount, 0.01);
-    report.edgeHigh = percentile(surface.histogram, surface.edgeCount, 0.99);
+    if (surface.edgeLow <= surface.edgeHigh) {
+        report.edgeLow = surface.edgeLow;
+        report.edgeHigh = surface.edgeHigh;
+    }
     if (surface.volumeLow <= surface.volumeHigh) {
         report.volumeLow = surface.volumeLow;
         report.volumeHigh = surface.volumeHigh;

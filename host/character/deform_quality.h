@@ -12,12 +12,11 @@ namespace talvisora::host {
 struct SurfaceReport {
     double creaseDegrees = 0.0; ///< RMS change of the angle between neighbouring faces, over edges and frames
     std::uint64_t hardFolds = 0; ///< edges folded by more than 40 degrees against rest, summed over frames
-    double edgeLow = 1.0;        ///< 1st percentile of edge length against rest, over edges and frames
-    double edgeHigh = 1.0;       ///< 99th percentile; both to 0.1 %
+    double edgeLow = 1.0;        ///< lowest 1st percentile of edge length against rest of any frame, to 0.1 %
+    double edgeHigh = 1.0;       ///< highest 99th percentile of any frame
     double volumeLow = 1.0;      ///< smallest and largest enclosed volume against rest
     double volumeHigh = 1.0;     //
-    std::uint64_t brokenPoints =
-        0; ///< points that were not finite, summed over frames; they count nowhere else
+    std::uint64_t brokenPoints = 0; ///< points that were not finite, summed over frames
 };
 
 struct QualityReport {
@@ -46,12 +45,12 @@ private:
         std::uint32_t a, b; ///< end points
         int left, right;    ///< the two triangles; right is -1 on a border or where more than two meet
         double length;      ///< at rest
-        double angle;       ///< signed, between the two faces, at rest
+        double angle;       ///< between the two faces' normals, at rest
     };
     struct Surface {
         double creaseSquares = 0.0;
-        std::uint64_t creaseCount = 0, hardFolds = 0, edgeCount = 0, broken = 0;
-        std::vector<std::uint64_t> histogram; ///< of log edge ratios
+        std::uint64_t creaseCount = 0, hardFolds = 0, broken = 0;
+        double edgeLow = HUGE_VAL, edgeHigh = -HUGE_VAL;
         double volumeLow = HUGE_VAL, volumeHigh = -HUGE_VAL;
     };
 

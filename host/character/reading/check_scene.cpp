@@ -128,6 +128,14 @@ struct Checker {
     }
 };
 
+/// Some importers show the nodes of a file without meshes as a mesh of their own, whatever they are told.
+bool isMadeUp(const aiScene& scene, const aiMesh& mesh) {
+    if (scene.mNumMeshes != 1 || mesh.mMaterialIndex >= scene.mNumMaterials || !scene.mMaterials ||
+        !scene.mMaterials[mesh.mMaterialIndex])
+        return false;
+    return std::string(scene.mMaterials[mesh.mMaterialIndex]->GetName().C_Str()) == "SkeletonMaterial";
+}
+
 } // namespace
 
 void checkScene(const std::string& path, const aiScene& scene) {
@@ -136,7 +144,8 @@ void checkScene(const std::string& path, const aiScene& scene) {
     checker.meshes();
     checker.animations();
     bool anyBone = false;
-    for (unsigned m = 0; m < scene.mNumMeshes; ++m) anyBone = anyBone || scene.mMeshes[m]->mNumBones > 0;
+    for (unsigned m = 0; m < scene.mNumMeshes; ++m)
+        anyBone = anyBone || (scene.mMeshes[m]->mNumBones > 0 && !isMadeUp(scene, *scene.mMeshes[m]));
     if (!anyBone)
         refuse(path, "it has no skin (no mesh names a joint); export the mesh together with its armature");
 }

@@ -5,6 +5,7 @@
 #include "host/character/reading/parts.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace talvisora::host::reading {
@@ -68,6 +69,8 @@ void checkNodes(const GltfDocument& document) {
         if (d > kMaxDepth)
             refuse(document.path, "its nodes lie deeper than " + std::to_string(kMaxDepth) + " levels");
     }
+    if (document.json.contains("scene"))
+        checkedIndex(document, document.json["scene"], "scenes", "the document");
     for (const json& scene : objectList(document, document.json, "scenes")) {
         if (!scene.contains("nodes")) continue;
         if (!scene["nodes"].is_array()) refuse(document.path, "a scene has nodes that are not a list");
@@ -79,8 +82,7 @@ void checkNodes(const GltfDocument& document) {
     }
 }
 
-void demand(const GltfDocument& document, const GltfView& view, bool right, const std::string& what) {
-    (void)view;
+void demand(const GltfDocument& document, bool right, const std::string& what) {
     if (!right)
         refuse(document.path, what + " has a type or count that glTF does not allow; export it again");
 }
@@ -103,6 +105,16 @@ std::size_t largestJoint(const GltfView& view) {
     return largest;
 }
 
+bool allFinite(const GltfView& view) {
+    for (std::size_t i = 0; view.data && i < view.count; ++i)
+        for (std::size_t c = 0; c < view.components; ++c) {
+            float value = 0.0f;
+            std::memcpy(&value, view.data + i * view.stride + c * sizeof value, sizeof value);
+            if (!std::isfinite(value)) return false;
+        }
+    return true;
+}
+
 /// The largest joint number that any primitive of the mesh names.
 std::size_t checkMesh(const GltfDocument& document, const json& mesh, const std::string& what) {
     std::size_t largest = 0;
@@ -111,37 +123,34 @@ std::size_t checkMesh(const GltfDocument& document, const json& mesh, const std:
         if (attributes == primitive.end() || !attributes->is_object() || !attributes->contains("POSITION"))
             refuse(document.path, what + " has a primitive without positions; export it again");
         const GltfView positions = viewAccessor(document, (*attributes)["POSITION"], what + " positions");
-        demand(document, positions, positions.components == 3 && positions.componentType == kFloat,
-               what + " positions");
+        demand(document, positions.components == 3 && positions.componentType == kFloat, what + " positions");
         for (const auto& [name, index] : attributes->items()) {
             const std::string place = what + " " + name;
             const GltfView view = viewAccessor(document, index, place);
-            demand(document, view, view.count == positions.count, place);
+            demand(document, view.count == positions.count, place);
             const bool real = view.componentType == kFloat;
-            if (name == "NORMAL") demand(document, view, real && view.components == 3, place);
-            if (name == "TANGENT") demand(document, view, real && view.components == 4, place);
+            if (name == "NORMAL") demand(document, real && view.components == 3, place);
+            if (name == "TANGENT") demand(document, real && view.components == 4, place);
             if (name.rfind("JOINTS_", 0) == 0) {
-                demand(document, view,
+                demand(document,
                        view.components == 4 &&
                            (view.componentType == kUnsignedByte || view.componentType == kUnsignedShort),
                        place);
                 largest = std::max(largest, largestJoint(view));
             }
+            // The importer drops weights that are not a number; the file is broken all the same.
+            if (name.rfind("WEIGHTS_", 0) == 0 && real && !allFinite(view))
+                refuse(document.path, place + " has a weight that is not finite; export it again");
             if (name.rfind("WEIGHTS_", 0) == 0)
-                demand(document, view,
+                demand(document,
                        view.components == 4 && (real || view.componentType == kUnsignedByte ||
                                                 view.componentType == kUnsignedShort),
                        place);
         }
         if (primitive.contains("indices")) {
             const GltfView view = viewAccessor(document, primitive["indices"], what + " indices");
-            demand(document, view, view.components == 1 && view.componentType != kFloat, what + " indices");
+            demand(document, view.components == 1 && view.componentType != kFloat, what + " indices");
         }
-        for (const json& target : objectList(document, primitive, "targets"))
-            for (const auto& [name, index] : target.items()) {
-                const GltfView view = viewAccessor(document, index, what + " morph target " + name);
-                demand(document, view, view.count == positions.count, what + " morph target " + name);
-            }
     }
     return largest;
 }
@@ -157,7 +166,7 @@ void checkMeshesAndSkins(const GltfDocument& document) {
         if (!skins[s].contains("inverseBindMatrices")) continue;
         const GltfView view =
             viewAccessor(document, skins[s]["inverseBindMatrices"], what + " inverse bind matrices");
-        demand(document, view,
+        demand(document,
                view.components == 16 && view.componentType == kFloat && view.count >= joints->size(),
                what + " inverse bind matrices");
     }
@@ -185,9 +194,9 @@ void checkAnimations(const GltfDocument& document) {
             if (!sampler.contains("input") || !sampler.contains("output"))
                 refuse(document.path, what + " has a sampler without keys; export it again");
             const GltfView times = viewAccessor(document, sampler["input"], what + " times");
-            demand(document, times, times.components == 1 && times.componentType == kFloat, what + " times");
+            demand(document, times.components == 1 && times.componentType == kFloat, what + " times");
             const GltfView values = viewAccessor(document, sampler["output"], what + " values");
-            demand(document, values, values.count >= times.count, what + " values");
+            demand(document, values.count >= times.count, what + " values");
         }
         for (const json& channel : objectList(document, animations[a], "channels")) {
             const auto sampler = channel.find("sampler");
@@ -206,7 +215,7 @@ void checkAnimations(const GltfDocument& document) {
             const std::size_t wanted = *path == "rotation" ? 4 : *path == "weights" ? 1 : 3;
             const GltfView times = viewAccessor(document, used["input"], what + " times");
             const bool cubic = used.contains("interpolation") && used["interpolation"] == "CUBICSPLINE";
-            demand(document, values,
+            demand(document,
                    values.components == wanted &&
                        (*path == "weights" ||
                         (values.componentType == kFloat && values.count == times.count * (cubic ? 3 : 1))),

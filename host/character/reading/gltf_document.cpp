@@ -203,6 +203,8 @@ GltfView viewAccessor(const GltfDocument& document, const json& index, const std
         type != accessor.end() && type->is_string() ? componentCount(type->get<std::string>()) : 0;
     view.elementSize = view.components * componentSize(view.componentType);
     if (view.elementSize == 0) refuse(document.path, name + " has an unknown type; export it again");
+    if (accessor.contains("sparse"))
+        refuse(document.path, name + " is sparse, which is not supported; export it without");
     const std::uint64_t count = wholeNumber(document, accessor, "count", 0, name);
     if (count == 0 || count > kMaxFileBytes)
         refuse(document.path, name + " has an impossible count; export it again");

@@ -8,6 +8,7 @@
 #include <assimp/DefaultIOSystem.h>
 #include <assimp/MemoryIOWrapper.h>
 
+#include <cstring>
 #include <set>
 
 namespace talvisora::host::reading {
@@ -15,6 +16,8 @@ namespace talvisora::host::reading {
 using nlohmann::json;
 
 namespace {
+
+constexpr int kFloat = 5126, kUnsignedByte = 5121;
 
 void nameNodes(GltfDocument& document) {
     if (!document.json.contains("nodes")) return;
@@ -31,6 +34,113 @@ void nameNodes(GltfDocument& document) {
     }
 }
 
+/// The importer wants a scene to be named; without one all root nodes are it.
+void nameScene(GltfDocument& document) {
+    json& root = document.json;
+    if (!root.contains("nodes") || root["nodes"].empty()) return;
+    if (!root.contains("scenes") || root["scenes"].empty()) {
+        std::vector<bool> isChild(root["nodes"].size(), false);
+        for (const json& node : root["nodes"])
+            if (node.contains("children"))
+                for (const json& child : node["children"]) isChild[child.get<std::size_t>()] = true;
+        json roots = json::array();
+        for (std::size_t i = 0; i < isChild.size(); ++i)
+            if (!isChild[i]) roots.push_back(i);
+        root["scenes"] = json::array({json{{"nodes", roots}}});
+        root["scene"] = 0;
+    }
+    if (!root.contains("scene")) root["scene"] = 0;
+}
+
+/// Leaves out what a deformation never looks at: less for the importer to stumble over, no pictures to load.
+void stripLooks(GltfDocument& document) {
+    for (const char* list : {"materials", "textures", "images", "samplers", "cameras", "extensions",
+                             "extensionsUsed", "extensionsRequired"})
+        document.json.erase(list);
+    if (document.json.contains("nodes"))
+        for (json& node : document.json["nodes"])
+            for (const char* key : {"camera", "extensions", "weights"}) node.erase(key);
+    if (!document.json.contains("meshes")) return;
+    for (json& mesh : document.json["meshes"]) {
+        mesh.erase("weights");
+        if (!mesh.contains("primitives")) mesh["primitives"] = json::array();
+        for (json& primitive : mesh["primitives"]) {
+            for (const char* key : {"material", "targets", "extensions"}) primitive.erase(key);
+            json kept = json::object();
+            for (const auto& [name, accessor] : primitive["attributes"].items())
+                if (name == "POSITION" || name == "NORMAL" || name == "TEXCOORD_0" ||
+                    name.rfind("JOINTS_", 0) == 0 || name.rfind("WEIGHTS_", 0) == 0)
+                    kept[name] = accessor;
+            primitive["attributes"] = kept;
+        }
+    }
+}
+
+/// Leaves out the channels that blend morph targets, which are gone.
+void stripMorphChannels(GltfDocument& document) {
+    if (!document.json.contains("animations")) return;
+    for (json& animation : document.json["animations"]) {
+        if (!animation.contains("channels")) continue;
+        json kept = json::array();
+        for (const json& channel : animation["channels"])
+            if (channel["target"]["path"] != "weights") kept.push_back(channel);
+        animation["channels"] = kept;
+    }
+}
+
+std::string encodeBase64(const std::vector<char>& bytes) {
+    static const char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    text.reserve((bytes.size() + 2) / 3 * 4);
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        std::uint32_t bits = 0;
+        for (std::size_t k = 0; k < 3; ++k)
+            bits = bits << 8 | (i + k < bytes.size() ? static_cast<unsigned char>(bytes[i + k]) : 0u);
+        for (std::size_t k = 0; k < 4; ++k)
+            text += i + k <= bytes.size() ? digits[bits >> (18 - 6 * k) & 63] : '=';
+    }
+    return text;
+}
+
+/// Weights in bytes or shorts as floats in a buffer of their own: the importer reads every weight as a float.
+void widenWeights(GltfDocument& document) {
+    json& root = document.json;
+    if (!root.contains("meshes")) return;
+    std::vector<char> bytes;
+    const std::size_t buffer = document.buffers.size();
+    for (json& mesh : root["meshes"])
+        for (json& primitive : mesh["primitives"])
+            for (auto& [name, accessor] : primitive["attributes"].items()) {
+                if (name.rfind("WEIGHTS_", 0) != 0) continue;
+                const GltfView view = viewAccessor(document, accessor, "weights");
+                if (view.componentType == kFloat || !view.data) continue;
+                const std::size_t start = bytes.size();
+                for (std::size_t i = 0; i < view.count; ++i)
+                    for (std::size_t c = 0; c < 4; ++c) {
+                        std::uint16_t wide = 0;
+                        const bool isByte = view.componentType == kUnsignedByte;
+                        if (isByte)
+                            wide = static_cast<unsigned char>(view.data[i * view.stride + c]);
+                        else
+                            std::memcpy(&wide, view.data + i * view.stride + 2 * c, 2);
+                        const float weight = static_cast<float>(wide) / (isByte ? 255.0f : 65535.0f);
+                        const char* raw = reinterpret_cast<const char*>(&weight);
+                        bytes.insert(bytes.end(), raw, raw + sizeof weight);
+                    }
+                root["bufferViews"].push_back(
+                    {{"buffer", buffer}, {"byteOffset", start}, {"byteLength", bytes.size() - start}});
+                root["accessors"].push_back({{"bufferView", root["bufferViews"].size() - 1},
+                                             {"componentType", kFloat},
+                                             {"count", view.count},
+                                             {"type", "VEC4"}});
+                accessor = root["accessors"].size() - 1;
+            }
+    if (bytes.empty()) return;
+    root["buffers"].push_back({{"byteLength", bytes.size()},
+                               {"uri", "data:application/octet-stream;base64," + encodeBase64(bytes)}});
+    document.buffers.push_back(std::move(bytes));
+}
+
 /// Replaces the output of a cubic sampler by a view of the middle one of each three values.
 void reduceCubicKeys(GltfDocument& document, GltfSource& source) {
     if (!document.json.contains("animations")) return;
@@ -43,13 +153,10 @@ void reduceCubicKeys(GltfDocument& document, GltfSource& source) {
             if (sampler["interpolation"] != "CUBICSPLINE") continue;
             const GltfView keys = viewAccessor(document, sampler["output"], "animation values");
             json accessor = document.json["accessors"][sampler["output"].get<std::size_t>()];
-            if (!keys.data || accessor.contains("sparse") || keys.count < 3 || keys.components < 3) continue;
+            if (!keys.data || keys.count < 3 || keys.components < 3) continue;
             json view = document.json["bufferViews"][accessor["bufferView"].get<std::size_t>()];
-            const std::uint64_t skipped = accessor.value("byteOffset", std::uint64_t(0)) + keys.stride;
-            view["byteOffset"] = view.value("byteOffset", std::uint64_t(0)) + skipped;
-            view["byteLength"] = view["byteLength"].get<std::uint64_t>() - skipped;
             view["byteStride"] = 3 * keys.stride;
-            accessor["byteOffset"] = 0;
+            accessor["byteOffset"] = accessor.value("byteOffset", std::uint64_t(0)) + keys.stride;
             accessor["count"] = keys.count / 3;
             accessor["bufferView"] = document.json["bufferViews"].size();
             document.json["bufferViews"].push_back(view);
@@ -114,6 +221,10 @@ GltfSource readGltfSource(const std::string& path, bool binary) {
     checkGltf(document);
     GltfSource source;
     nameNodes(document);
+    nameScene(document);
+    stripLooks(document);
+    stripMorphChannels(document);
+    widenWeights(document);
     reduceCubicKeys(document, source);
     source.bytes = pack(document);
     return source;

@@ -67,6 +67,8 @@ SceneFile::SceneFile(const std::string& path) : held_(new Held) {
     Assimp::Importer& importer = held_->importer;
     // Without this, FBX files grow helper nodes between the joints.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+    // Without this, a file without meshes gets a made-up one that shows its nodes, with a made-up skin.
+    importer.SetPropertyInteger(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, 1);
     try {
         if (extension == ".gltf" || extension == ".glb") {
             GltfSource source = readGltfSource(path, extension == ".glb");
