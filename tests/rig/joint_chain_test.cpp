@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+// World matrices, aim correction and joint frames of one chain.
+#include "rig/joint_chain.h"
+
+#include <gtest/gtest.h>
+
+#include "fixtures/small_rig.h"
+
+namespace talvisora {
+namespace {
+
+using namespace fixtures;
+
+void expectNear(const Vec3d& a, const Vec3d& b, double tolerance) {
+    EXPECT_NEAR(a.x, b.x, tolerance);
+    EXPECT_NEAR(a.y, b.y, tolerance);
+    EXPECT_NEAR(a.z, b.z, tolerance);
+}
+
+JointChain readChain(const GrHierarchy& hierarchy, const std::vector<std::string>& names) {
+    JointChain chain;
+    const Fault fault = readJointChain(names, hierarchy, kCpuSetupLines, chain);
+    EXPECT_FALSE(fault) << fault.text();
+    return chain;
+}
+
+TEST(JointChain, ReusingTheParentsMatrixChangesNoBit) {
+    GrHierarchy hierarchy;
+    addChain(hierarchy, bentLine(6, 0.3), straightLine(6));
+    hierarchy.find("j3")->parentRotationOnly = true;
+    const JointChain chain = readChain(hierarchy, jointNames(6));
+    for (std::size_t i = 0; i < 6; ++i) {
+        Matrix44d world;
+        ASSERT_FALSE(hierarchy.worldMatrix(jointNames(6)[i], Pose::kCurrent, world));
+        EXPECT_EQ(chain.world[i], world);
+        ASSERT_FALSE(hierarchy.worldMatrix(jointNames(6)[i], Pose::kRest, world));
+        EXPECT_EQ(chain.restWorld[i], world);
+    }
+}
+
+TEST(JointChain, NamesTheFirstJointThatIsNotThere) {
+    GrHierarchy hierarchy;
+    addChain(hierarchy, straightLine(2), straightLine(2));
+    JointChain chain;
+    EXPECT_EQ(readJointChain({"j0", "elbow", "wrist"}, hierarchy, kCpuSetupLines, chain).text(),
+              "ASSERT error (deformers/talvisora/talvisora:1127): Cannot find 'elbow' in hier!");
+    EXPECT_EQ(readJointChain({"j0", ""}, hierarchy, kGpuSetupLines, chain).text(),
+              "ASSERT error (deformers/talvisora/talvisora:1735): Cannot find '' in hier!");
+}
+
+TEST(JointChain, ReportsADanglingParentByTheParentsName) {
+    GrHierarchy hierarchy;
+    addChain(hierarchy, straightLine(2), straightLine(2));
+    hierarchy.find("j0")->parent = "gone";
+    JointChain chain;
+    EXPECT_EQ(readJointChain(jointNames(2), hierarchy, kCpuSetupLines, chain).text(),
+              "worldMatrix: cannot find gone");
+}
+
+TEST(JointChain, ReportsACircleByTheJointsName) {
+    GrHierarchy hierarchy;
+    addChain(hierarchy, straightLine(3), straightLine(3));
+    hierarchy.find("j0")->parent = "j2";
+    JointChain chain;
+    EXPECT_EQ(readJointChain(jointNames(3), hierarchy, kCpuSetupLines, chain).text(),
+              "worldMatrix: cannot find j0");
+}
+
+TEST(AimCorrection, TurnsAJointTowardsWhereTheNextOneIs) {
+    // The second joint is moved sideways without turning the first: the first must look at it all the same.
+    GrHierarchy hierarchy;
+    addChain(hierarchy, straightLine(3), straightLine(3));
+    setTranslation(hierarchy.find("j1")->local, {1, 1, 0});
+    JointChain chain = readChain(hierarchy, jointNames(3));
+    const Matrix44d last = chain.world[2];
+    aimJoints(chain);
+    const double half = std::sqrt(0.5);
+    expectNear(row(chain.world[0], 0), {half, half, 0}, 1e-15);
+    expectNear(translation(chain.world[0]), {0, 0, 0}, 0);
+    expectNear(row(chain.world[1], 0), {1, 0, 0}, 1e-15);
+    EXPECT_EQ(chain.world[2], last);
+}
+
+TEST(AimCorrection, LeavesRestJointsAsBound) {
+    GrHierarchy hierarchy;
+    addChain(hierarchy, bentLine(4, 0.5), bentLine(4, 0.1));
+    JointChain chain = readChain(hierarchy, jointNames(4));
+    const std::vector<Matrix44d> rest = chain.restWorld;
+    aimJoints(chain);
+    for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(chain.restWorld[i], rest[i]);
+}
+
+TEST(AimCorrection, KeepsLengthsAndLeavesCoincidentJointsAlone) {
+    GrHierarchy hierarchy;
+    addChain(hierarchy, straightLine(3), straightLine(3));
+    for (int axis = 0; axis < 3; ++axis)
+        setRow(hierarchy.find("j0")->local, axis, row(hierarchy.find("j0")->local, axis) * 2.0);
+    setTranslation(hierarchy.find("j2")->local, {});
+    JointChain chain = readChain(hierarchy, jointNames(3));
+    const Matrix44d second = chain.world[1];
+    aimJoints(chain);
+    EXPECT_NEAR(length(row(chain.world[0], 1)), 2.0, 1e-15);
+    EXPECT_EQ(chain.world[1], second); // its direction to the next joint is zero: no turn
+}
+
+TEST(JointFrames, TakeTheXAxisOfTheJointBefore) {
+    GrHierarchy hierarchy;
+    addChain(hierarchy, bentLine(3, 0.7), straightLine(3));
+    JointChain chain = readChain(hierarchy, jointNames(3));
+    aimJoints(chain);
+    buildJointFrames(chain);
+    for (std::size_t i = 0; i < 3; ++i) {
+        expectNear(row(chain.frames[i], 0), row(chain.world[i ? i - 1 : 0], 0), 1e-15);
+        EXPECT_EQ(translation(chain.frames[i]), chain.positions[i]);
+        for (int axis = 0; axis < 3; ++axis) EXPECT_NEAR(length(row(chain.frames[i], axis)), 1.0, 1e-15);
+    }
+}
+
+TEST(JointFrames, AreUnitAxesUnderScale) {
+    GrHierarchy hierarchy;
+    addChain(hierarchy, straightLine(2), straightLine(2));
+    for (int axis = 0; axis < 3; ++axis)
+        setRow(hierarchy.find("j0")->local, axis, row(hierarchy.find("j0")->local, axis) * (axis + 2.0));
+    JointChain chain = readChain(hierarchy, jointNames(2));
+    buildJointFrames(chain);
+    for (int axis = 0; axis < 3; ++axis) {
+        EXPECT_NEAR(length(row(chain.frames[0], axis)), 1.0, 1e-15);
+        EXPECT_NEAR(length(row(chain.frames[1], axis)), 1.0, 1e-15);
+    }
+}
+
+} // namespace
+} // namespace talvisora
