@@ -11,6 +11,22 @@
 
 #include <gtest/gtest.h>
 
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wunused-function"
+#endif
+#define STB_IMAGE_IMPLEMENTATION
+#define STB_IMAGE_STATIC
+#define STBI_ONLY_PNG
+#if __has_include(<stb/stb_image.h>)
+#include <stb/stb_image.h>
+#else
+#include <stb_image.h>
+#endif
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+
 namespace talvisora::host {
 namespace {
 
@@ -161,6 +177,29 @@ TEST(Png, HeaderNamesTheSizeAndTheFileIsWhole) {
     EXPECT_EQ(bytes.substr(16, 8), std::string("\0\0\x01\x2c\0\0\0\x02", 8));
     EXPECT_EQ(bytes.substr(24, 2), std::string("\x08\x02", 2)) << "eight bits, red green blue";
     EXPECT_EQ(bytes.substr(bytes.size() - 8, 4), "IEND");
+}
+
+TEST(Png, PixelsReadBack) {
+    TempFolder folder;
+    Image image(17, 9, kWhite);
+    for (int y = 0; y < 9; ++y) {
+        for (int x = 0; x < 17; ++x)
+            image.set(x, y,
+                      {static_cast<std::uint8_t>(x * 15), static_cast<std::uint8_t>(y * 28),
+                       static_cast<std::uint8_t>(x ^ y)});
+    }
+    writePng(folder.file("a.png"), image);
+    const std::string bytes = readText(folder.file("a.png"));
+    int width = 0, height = 0, channels = 0;
+    unsigned char* pixels =
+        stbi_load_from_memory(reinterpret_cast<const unsigned char*>(bytes.data()),
+                              static_cast<int>(bytes.size()), &width, &height, &channels, 0);
+    ASSERT_NE(pixels, nullptr);
+    EXPECT_EQ(width, 17);
+    EXPECT_EQ(height, 9);
+    ASSERT_EQ(channels, 3);
+    EXPECT_EQ(std::vector<std::uint8_t>(pixels, pixels + 17 * 9 * 3), image.bytes);
+    stbi_image_free(pixels);
 }
 
 TEST(Png, FailureLeavesNothing) {

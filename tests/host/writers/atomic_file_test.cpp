@@ -165,6 +165,28 @@ TEST(AtomicFile, SymbolicLinkStaysAndItsFileIsReplaced) {
 }
 #endif
 
+TEST(AtomicFile, LeftoversOfOthersAreNotTouched) {
+    TempFolder folder;
+    std::string name; // of the first temporary, ".grhost-PROCESS-NUMBER.tmp"
+    {
+        AtomicFile first(folder.file("a.bin"));
+        ASSERT_EQ(folder.names().size(), 1u);
+        name = folder.names()[0];
+    }
+    const std::size_t dash = name.rfind('-');
+    const int number = std::stoi(name.substr(dash + 1));
+    std::vector<std::string> leftovers;
+    for (int n = number + 1; n < number + 6; ++n) {
+        leftovers.push_back(folder.file(name.substr(0, dash + 1) + std::to_string(n) + ".tmp"));
+        writeText(leftovers.back(), "theirs");
+    }
+    AtomicFile file(folder.file("a.bin"));
+    file.write("mine");
+    file.commit();
+    EXPECT_EQ(readText(folder.file("a.bin")), "mine");
+    for (const std::string& leftover : leftovers) EXPECT_EQ(readText(leftover), "theirs");
+}
+
 TEST(AtomicFile, NothingIsAcceptedAfterAFailure) {
     TempFolder folder;
     AtomicFile file(folder.file("a.bin"));

@@ -92,6 +92,17 @@ TEST(ObjWriter, MeshesReadBackAsWritten) {
     EXPECT_EQ(read.faces[2], (Face{"9", "10", "11"}));
 }
 
+TEST(ObjWriter, IndicesCountThroughAllObjects) {
+    TempFolder folder;
+    const std::vector<OutputMesh> two = sampleMeshes();
+    writeObj(folder.file("a.obj"), {two[0], two[1], two[0]}, samplePoints());
+    const Read read = readObj(folder.file("a.obj"));
+    ASSERT_EQ(read.faces.size(), 5u);
+    EXPECT_EQ(read.faces[2], (Face{"9", "10", "11"}));
+    EXPECT_EQ(read.faces[3], (Face{"12/9", "13/10", "14/11", "15/12"}))
+        << "fewer texture coordinates than vertices";
+}
+
 TEST(ObjWriter, NormalsOfASeamAreSmooth) {
     TempFolder folder;
     writeObj(folder.file("a.obj"), sampleMeshes(), samplePoints(), true);
