@@ -35,7 +35,7 @@ std::pair<int, int> rangeOf(const std::vector<float>& weights) {
 
 using Range = std::pair<int, int>;
 
-TEST(Orders, AgreeWithTheIndependentTable) {
+TEST(BlockRanges, AgreeWithTheIndependentTable) {
     const auto file = fixtures::golden("orders.expected.json");
     const auto points = file.at("input").at("numPoints").get<std::size_t>();
     std::vector<float> weights, envs;
@@ -52,7 +52,7 @@ TEST(Orders, AgreeWithTheIndependentTable) {
     EXPECT_EQ(ranges.end, file.at("expect").at("ordersEnd").get<std::vector<std::int32_t>>());
 }
 
-TEST(Orders, AreThoseOfTheLiteralRule) {
+TEST(BlockRanges, AreThoseOfTheLiteralRule) {
     const float values[] = {0.0f,         0.001f, std::nextafterf(0.001f, 1.0f),
                             0.5f,         0.999f, std::nextafterf(0.999f, 1.0f),
                             1.0f,         2.0f,   -1.0f,
@@ -70,31 +70,31 @@ TEST(Orders, AreThoseOfTheLiteralRule) {
     EXPECT_EQ(ranges.end, expected.end);
 }
 
-TEST(Orders, AFullWeightBeginsTheRangeAtItsBlock) {
+TEST(BlockRanges, AFullWeightBeginsTheRangeAtItsBlock) {
     EXPECT_EQ(rangeOf({0.5f, 1.0f, 0.5f, 1.0f, 0.5f}), Range(3, 5));
     EXPECT_EQ(rangeOf({0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 1.0f}), Range(5, 6));
     EXPECT_EQ(rangeOf({1.0f, 0.5f}), Range(0, 2));
 }
 
-TEST(Orders, AFullWeightUnderAnEnvelopeOf99999DoesNotCover) {
+TEST(BlockRanges, AFullWeightUnderAnEnvelopeOf99999DoesNotCover) {
     const std::vector<float> weights{0.0f, 1.0f, 0.0f, 1.0f};
     EXPECT_EQ(rangesOf(weights, {1, 1, 1, 1}).start[0], 3);
     EXPECT_EQ(rangesOf(weights, {1, 1, 1, 0.99999f}).start[0], 1);
     EXPECT_EQ(rangesOf(weights, {1, 1, 1, std::nextafterf(0.99999f, 1.0f)}).start[0], 3);
 }
 
-TEST(Orders, AWeightOfExactlyOneThousandthDoesNotReach) {
+TEST(BlockRanges, AWeightOfExactlyOneThousandthDoesNotReach) {
     EXPECT_EQ(rangeOf({0.001f}), Range(0, 0));
     EXPECT_EQ(rangeOf({std::nextafterf(0.001f, 1.0f)}), Range(0, 1));
     EXPECT_EQ(rangeOf({0.5f, 0.001f, 0.0f}), Range(0, 1));
 }
 
-TEST(Orders, AWeightOfExactly999ThousandthsDoesNotCover) {
+TEST(BlockRanges, AWeightOfExactly999ThousandthsDoesNotCover) {
     EXPECT_EQ(rangeOf({0.5f, 0.999f}), Range(0, 2));
     EXPECT_EQ(rangeOf({0.5f, std::nextafterf(0.999f, 1.0f)}), Range(1, 2));
 }
 
-TEST(Orders, AllWeightsAtMostOneThousandthGiveAnEmptyRange) {
+TEST(BlockRanges, AllWeightsAtMostOneThousandthGiveAnEmptyRange) {
     EXPECT_EQ(rangeOf({0.001f, 0.0f, -1.0f, std::nanf("")}), Range(0, 0));
 }
 
