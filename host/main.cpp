@@ -6,7 +6,8 @@
 
 #include <cstdio>
 #include <exception>
-#include <memory>
+#include <new>
+#include <string>
 
 using namespace talvisora::host;
 
@@ -98,6 +99,10 @@ ExitCode run(int argc, char** argv) {
     addInfo(infoApp, infoVerb);
     addDeform(deformApp, job, params, tangentTurn, json);
 
+    const std::string verb = argc > 1 ? argv[1] : "--help";
+    if (verb[0] != '-' && verb != "replay" && verb != "info" && verb != "deform")
+        throw HostError(ExitCode::kUsage,
+                        "unknown verb '" + verb + "': replay, info or deform expected; see --help");
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& success) { // --help, --version

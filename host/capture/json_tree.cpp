@@ -74,7 +74,8 @@ public:
         const std::string_view before = text_.substr(0, std::min(position, text_.size()));
         const auto line = 1 + std::count(before.begin(), before.end(), '\n');
         const std::size_t start = before.rfind('\n');
-        const std::size_t column = before.size() - (start == std::string_view::npos ? 0 : start + 1);
+        const std::size_t offset = before.size() - (start == std::string_view::npos ? 0 : start + 1);
+        const std::size_t column = std::max<std::size_t>(offset, 1); // the end of an empty line counts as 1
         throw HostError(ExitCode::kInput, "not valid JSON at line " + std::to_string(line) + ", column " +
                                               std::to_string(column));
     }
@@ -135,7 +136,7 @@ private:
 
 const char* JsonValue::typeName() const {
     static constexpr const char* kNames[] = {"null", "boolean", "number", "text", "list", "object"};
-    return kNames[value_.index()];
+    return kNames[static_cast<std::size_t>(kind_)];
 }
 
 std::string JsonPlace::pointer() const {

@@ -5,11 +5,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <variant>
 #include <vector>
 
 namespace talvisora::host {
@@ -28,32 +28,37 @@ public:
     using Object = std::map<std::string, JsonValue>;
 
     JsonValue() = default; ///< null
-    explicit JsonValue(bool value) : value_(value) {}
-    explicit JsonValue(Number value) : value_(value) {}
-    explicit JsonValue(std::string value) : value_(std::move(value)) {}
-    explicit JsonValue(Array value) : value_(std::move(value)) {}
-    explicit JsonValue(Object value) : value_(std::make_unique<Object>(std::move(value))) {}
+    explicit JsonValue(bool value) : kind_(Kind::kBoolean), boolean_(value) {}
+    explicit JsonValue(Number value) : kind_(Kind::kNumber), number_(value) {}
+    explicit JsonValue(std::string value)
+        : kind_(Kind::kText), text_(std::make_unique<std::string>(std::move(value))) {}
+    explicit JsonValue(Array value)
+        : kind_(Kind::kArray), array_(std::make_unique<Array>(std::move(value))) {}
+    explicit JsonValue(Object value)
+        : kind_(Kind::kObject), object_(std::make_unique<Object>(std::move(value))) {}
 
-    bool isNull() const { return value_.index() == 0; }
+    bool isNull() const { return kind_ == Kind::kNull; }
     /// Null when the value is of another JSON type.
-    const bool* boolean() const { return std::get_if<bool>(&value_); }
-    const Number* number() const { return std::get_if<Number>(&value_); }
-    const std::string* text() const { return std::get_if<std::string>(&value_); }
-    const Array* array() const { return std::get_if<Array>(&value_); }
-    const Object* object() const {
-        const auto* held = std::get_if<std::unique_ptr<Object>>(&value_);
-        return held ? held->get() : nullptr;
-    }
-    Array* array() { return std::get_if<Array>(&value_); }
-    Object* object() {
-        auto* held = std::get_if<std::unique_ptr<Object>>(&value_);
-        return held ? held->get() : nullptr;
-    }
+    const bool* boolean() const { return kind_ == Kind::kBoolean ? &boolean_ : nullptr; }
+    const Number* number() const { return kind_ == Kind::kNumber ? &number_ : nullptr; }
+    const std::string* text() const { return text_.get(); }
+    const Array* array() const { return array_.get(); }
+    const Object* object() const { return object_.get(); }
+    Array* array() { return array_.get(); }
+    Object* object() { return object_.get(); }
     /// "null", "boolean", "number", "text", "list" or "object".
     const char* typeName() const;
 
 private:
-    std::variant<std::monostate, bool, Number, std::string, Array, std::unique_ptr<Object>> value_;
+    enum class Kind : std::uint8_t { kNull, kBoolean, kNumber, kText, kArray, kObject };
+
+    // Plain members, no variant: most values are numbers, and those must stay small.
+    Kind kind_ = Kind::kNull;
+    bool boolean_ = false;
+    Number number_;
+    std::unique_ptr<std::string> text_;
+    std::unique_ptr<Array> array_;
+    std::unique_ptr<Object> object_;
 };
 
 /// Where in the document a reader stands: a chain of keys and list positions, one link per level, each on the

@@ -20,7 +20,7 @@ struct SheetFrame {
 struct SheetOptions {
     View view = threeQuarterView();
     int cellWidth = 480;
-    int cellHeight = 400;
+    int cellHeight = 340;
 };
 
 /// Draws the frames and writes the PNG, whole or not at all. Throws HostError kOutput.
