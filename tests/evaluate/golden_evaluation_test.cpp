@@ -4,6 +4,9 @@
 // the same places, so they differ by rounding only (a single that falls the other way included: 2^-23 of the
 // size, doubled for the blend).
 #include <gtest/gtest.h>
+#include <tbb/global_control.h>
+
+#include <cstring>
 
 #include "fixtures/golden_node.h"
 #include "fixtures/golden_stage.h"
@@ -69,6 +72,21 @@ TEST_P(GoldenEvaluation, WithTangentTurnGivesTheIndependentPoints) {
     EXPECT_EQ(golden.evaluate(), 0);
     const auto expected = points(file.at("pointsCpuTangentTurn1"));
     EXPECT_LE(largestDifference(golden.record.points, expected), tolerance(expected));
+}
+
+// Blocks and points are shared out among threads; cached evaluations take their pairs from the first one.
+TEST_P(GoldenEvaluation, ThreadsAndRerunsGiveTheSameBits) {
+    ASSERT_EQ(golden.evaluate(), 0);
+    const auto first = golden.record.points;
+    for (std::size_t threads : {1u, 2u, 4u}) {
+        tbb::global_control control(tbb::global_control::max_allowed_parallelism, threads);
+        for (bool rebuild : {false, true}) {
+            golden.node.rebuildCache = rebuild;
+            ASSERT_EQ(golden.evaluate(), 0);
+            EXPECT_EQ(0, std::memcmp(golden.record.points.data(), first.data(), first.size() * sizeof(Vec3d)))
+                << threads << " threads";
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Goldens, GoldenEvaluation, testing::ValuesIn(evaluationGoldens()),
