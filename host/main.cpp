@@ -118,19 +118,25 @@ ExitCode run(int argc, char** argv) {
     return runDeformVerb(job, json);
 }
 
+// The one line of an error. Names from outside may hold anything; the line stays one.
+int fail(const std::string& text, ExitCode code) {
+    std::string line = "grhost: " + text;
+    for (char& c : line)
+        if (static_cast<unsigned char>(c) < 0x20) c = '?';
+    std::fprintf(stderr, "%s\n", line.c_str());
+    return static_cast<int>(code);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     try {
         return static_cast<int>(run(argc, argv));
     } catch (const HostError& error) {
-        std::fprintf(stderr, "grhost: %s\n", error.what());
-        return static_cast<int>(error.code);
+        return fail(error.what(), error.code);
     } catch (const std::bad_alloc&) {
-        std::fprintf(stderr, "grhost: out of memory; try fewer frames or a smaller character\n");
-        return static_cast<int>(ExitCode::kInput);
+        return fail("out of memory; try fewer frames or a smaller character", ExitCode::kInput);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "grhost: unexpected failure: %s\n", error.what());
-        return static_cast<int>(ExitCode::kInput);
+        return fail(std::string("unexpected failure: ") + error.what(), ExitCode::kInput);
     }
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/session.h"
 
-#include <scene/message_log.h>
-#include <scene/scene.h>
+#include "headless/scene/message_log.h"
+#include "headless/scene/scene.h"
 
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>

@@ -10,8 +10,10 @@ namespace {
 
 template <class... Values>
 std::string format(const char* pattern, Values... values) {
-    char text[512];
-    std::snprintf(text, sizeof text, pattern, values...);
+    const int size = std::snprintf(nullptr, 0, pattern, values...);
+    std::string text(size > 0 ? static_cast<std::size_t>(size) + 1 : 1, '\0');
+    std::snprintf(text.data(), text.size(), pattern, values...);
+    text.pop_back(); // the end mark
     return text;
 }
 
@@ -43,11 +45,11 @@ std::string summary(const DeformReport& report) {
     }
     if (report.frames > 0)
         text +=
-            format("%zu frames of '%s', %zu points, %zu blocks: %s points/s deforming (%.3f s), %s points/s "
+            format("%zu frame%s of '%s', %zu points, %zu blocks: %s points/s deforming (%.3f s), %s points/s "
                    "in all (%.2f s)\n",
-                   report.frames, report.clip.c_str(), report.points, report.blocks,
-                   rate(report.deformRate()).c_str(), report.deformSeconds, rate(report.totalRate()).c_str(),
-                   report.totalSeconds);
+                   report.frames, report.frames == 1 ? "" : "s", report.clip.c_str(), report.points,
+                   report.blocks, rate(report.deformRate()).c_str(), report.deformSeconds,
+                   rate(report.totalRate()).c_str(), report.totalSeconds);
     return text;
 }
 
