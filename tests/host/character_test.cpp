@@ -223,6 +223,15 @@ TEST(Character, AMeshWithoutASkinFollowsTheJointThatItHangsOn) {
     expectNear(c.points[point], {-25, 700, -25}, 1e-3); // joint 2 rests at 2 m, the node 5 m above it
 }
 
+TEST(Character, ASkinWithoutBindMatricesHasIdentities) {
+    Document d = makeBar({});
+    d.root["skins"][0].erase("inverseBindMatrices");
+    const Character c = readText(d);
+    // Every joint rests in the mesh's own space, so at one place; the loaded pose pulls them apart.
+    for (const Joint& joint : c.joints) expectNear(translation(joint.restWorld), {0, 0, 0}, 1e-6);
+    expectNear(translation(loadedPose(c).world[2]), {0, 200, 0}, 1e-4);
+}
+
 TEST(Character, ABinaryContainerReadsAsTheTextDoes) {
     const TempFolder folder;
     const Document d = makeBar({});

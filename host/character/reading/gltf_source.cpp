@@ -102,43 +102,70 @@ std::string encodeBase64(const std::vector<char>& bytes) {
     return text;
 }
 
-/// Weights in bytes or shorts as floats in a buffer of their own: the importer reads every weight as a float.
-void widenWeights(GltfDocument& document) {
-    json& root = document.json;
+/// Floats that the document gets on top of its own, in one embedded buffer.
+struct ExtraBuffer {
+    GltfDocument& document;
+    std::vector<char> bytes{};
+
+    /// The index of a new accessor over the values.
+    std::size_t add(const std::vector<float>& values, const char* type, std::size_t components) {
+        json& root = document.json;
+        const std::size_t start = bytes.size(), size = values.size() * sizeof(float);
+        bytes.resize(start + size);
+        std::memcpy(bytes.data() + start, values.data(), size);
+        root["bufferViews"].push_back(
+            {{"buffer", document.buffers.size()}, {"byteOffset", start}, {"byteLength", size}});
+        root["accessors"].push_back({{"bufferView", root["bufferViews"].size() - 1},
+                                     {"componentType", kFloat},
+                                     {"count", values.size() / components},
+                                     {"type", type}});
+        return root["accessors"].size() - 1;
+    }
+
+    void close() {
+        if (bytes.empty()) return;
+        document.json["buffers"].push_back(
+            {{"byteLength", bytes.size()},
+             {"uri", "data:application/octet-stream;base64," + encodeBase64(bytes)}});
+        document.buffers.push_back(std::move(bytes));
+    }
+};
+
+/// Weights in bytes or shorts become floats: the importer reads every weight as a float.
+void widenWeights(ExtraBuffer& extra) {
+    json& root = extra.document.json;
     if (!root.contains("meshes")) return;
-    std::vector<char> bytes;
-    const std::size_t buffer = document.buffers.size();
     for (json& mesh : root["meshes"])
         for (json& primitive : mesh["primitives"])
             for (auto& [name, accessor] : primitive["attributes"].items()) {
                 if (name.rfind("WEIGHTS_", 0) != 0) continue;
-                const GltfView view = viewAccessor(document, accessor, "weights");
+                const GltfView view = viewAccessor(extra.document, accessor, "weights");
                 if (view.componentType == kFloat || !view.data) continue;
-                const std::size_t start = bytes.size();
+                const bool isByte = view.componentType == kUnsignedByte;
+                std::vector<float> weights;
                 for (std::size_t i = 0; i < view.count; ++i)
                     for (std::size_t c = 0; c < 4; ++c) {
                         std::uint16_t wide = 0;
-                        const bool isByte = view.componentType == kUnsignedByte;
                         if (isByte)
                             wide = static_cast<unsigned char>(view.data[i * view.stride + c]);
                         else
                             std::memcpy(&wide, view.data + i * view.stride + 2 * c, 2);
-                        const float weight = static_cast<float>(wide) / (isByte ? 255.0f : 65535.0f);
-                        const char* raw = reinterpret_cast<const char*>(&weight);
-                        bytes.insert(bytes.end(), raw, raw + sizeof weight);
+                        weights.push_back(static_cast<float>(wide) / (isByte ? 255.0f : 65535.0f));
                     }
-                root["bufferViews"].push_back(
-                    {{"buffer", buffer}, {"byteOffset", start}, {"byteLength", bytes.size() - start}});
-                root["accessors"].push_back({{"bufferView", root["bufferViews"].size() - 1},
-                                             {"componentType", kFloat},
-                                             {"count", view.count},
-                                             {"type", "VEC4"}});
-                accessor = root["accessors"].size() - 1;
+                accessor = extra.add(weights, "VEC4", 4);
             }
-    if (bytes.empty()) return;
-    root["buffers"].push_back({{"byteLength", bytes.size()},
-                               {"uri", "data:application/octet-stream;base64," + encodeBase64(bytes)}});
-    document.buffers.push_back(std::move(bytes));
+}
+
+/// A skin without inverse bind matrices means identities; the importer falls over it.
+void addBindMatrices(ExtraBuffer& extra) {
+    json& root = extra.document.json;
+    if (!root.contains("skins")) return;
+    for (json& skin : root["skins"]) {
+        if (skin.contains("inverseBindMatrices")) continue;
+        std::vector<float> matrices(16 * skin["joints"].size(), 0.0f);
+        for (std::size_t i = 0; i < matrices.size(); ++i) matrices[i] = i % 16 % 5 == 0 ? 1.0f : 0.0f;
+        skin["inverseBindMatrices"] = extra.add(matrices, "MAT4", 16);
+    }
 }
 
 /// Replaces the output of a cubic sampler by a view of the middle one of each three values.
@@ -224,7 +251,10 @@ GltfSource readGltfSource(const std::string& path, bool binary) {
     nameScene(document);
     stripLooks(document);
     stripMorphChannels(document);
-    widenWeights(document);
+    ExtraBuffer extra{document};
+    widenWeights(extra);
+    addBindMatrices(extra);
+    extra.close();
     reduceCubicKeys(document, source);
     source.bytes = pack(document);
     return source;
