@@ -68,15 +68,14 @@ public:
     /// The record's matrix through all its ancestors. A dangling parent is reported by the parent's name; a
     /// circle, and a chain longer than the table, by the joint's own.
     talvisora::Fault worldMatrix(const std::string& name, Pose pose, talvisora::Matrix44d& matrix) const {
-        const char* what = pose == Pose::kCurrent ? "worldMatrix" : "worldMatrixBase";
         // Walk up first, then multiply from the root down, so that each parent's world matrix is at hand for
         // the rotation-only records.
         std::vector<const JointRecord*> path;
         const std::string* next = &name;
         do {
             const JointRecord* record = find(*next);
-            if (!record) return notFound(what, *next);
-            if (path.size() >= records_.size()) return notFound(what, name);
+            if (!record) return noWorldMatrix(pose, *next);
+            if (path.size() >= records_.size()) return noWorldMatrix(pose, name);
             path.push_back(record);
             next = &record->parent;
         } while (!next->empty());
@@ -111,10 +110,17 @@ public:
         return world;
     }
 
-private:
+    /// The record's own matrix of that pose.
     static const talvisora::Matrix44d& matrixOf(const JointRecord& record, Pose pose) {
         return pose == Pose::kCurrent ? record.local : record.restLocal;
     }
+
+    /// The fault of a walk to the root that ended at `name`.
+    static talvisora::Fault noWorldMatrix(Pose pose, const std::string& name) {
+        return notFound(pose == Pose::kCurrent ? "worldMatrix" : "worldMatrixBase", name);
+    }
+
+private:
     static talvisora::Fault notFound(const char* what, const std::string& name) {
         return talvisora::Fault(std::string(what) + ": cannot find " + name);
     }

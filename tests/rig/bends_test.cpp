@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <limits>
 
 #include "fixtures/small_rig.h"
@@ -81,6 +82,36 @@ TEST_F(Bends, ThatAreNotThereAreEachReportedAndTheNextIsTried) {
     EXPECT_EQ(faults[1].text(),
               "ASSERT error (deformers/talvisora/talvisora:1253): Cannot find bend control 'noone' in hier!");
     EXPECT_EQ(points[4], start[4] + (Vec3d{0, 0.5, 0}));
+}
+
+// A walk to the root per control would take ten thousand million steps.
+TEST_F(Bends, OfADeepTableAreAppliedInTime) {
+    constexpr int kControls = 100000;
+    std::vector<std::string> names;
+    for (int i = 0; i < kControls; ++i) {
+        names.push_back("deep" + std::to_string(i));
+        hierarchy.set(names.back(), {translated({0, 1, 0}), {}, i ? names[names.size() - 2] : "", false});
+    }
+    const auto before = std::chrono::steady_clock::now();
+    apply(std::vector<std::int32_t>(kControls, 0), names);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(30));
+    EXPECT_TRUE(faults.empty());
+    EXPECT_EQ(points[1], (start[1] + Vec3d{0, kControls, 0}));
+}
+
+TEST_F(Bends, OfADeepCircleAreEachReportedInTime) {
+    constexpr int kControls = 100000;
+    std::vector<std::string> names;
+    for (int i = 0; i < kControls; ++i) names.push_back("ring" + std::to_string(i));
+    for (int i = 0; i < kControls; ++i)
+        hierarchy.set(names[static_cast<std::size_t>(i)],
+                      {{}, {}, names[static_cast<std::size_t>((i + 1) % kControls)], false});
+    const auto before = std::chrono::steady_clock::now();
+    apply(std::vector<std::int32_t>(kControls, 0), names);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(30));
+    ASSERT_EQ(faults.size(), static_cast<std::size_t>(kControls));
+    EXPECT_EQ(faults[7].text(), "worldMatrix: cannot find ring8"); // the parent of the control
+    EXPECT_EQ(points, start);
 }
 
 TEST_F(Bends, WithADanglingParentAreReportedByItsName) {

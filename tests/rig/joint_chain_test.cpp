@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <utility>
+
 #include "fixtures/small_rig.h"
 
 namespace talvisora {
@@ -64,6 +67,45 @@ TEST(JointChain, ReportsACircleByTheJointsName) {
     JointChain chain;
     EXPECT_EQ(readJointChain(jointNames(3), hierarchy, kCpuSetupLines, chain).text(),
               "worldMatrix: cannot find j0");
+}
+
+/// A line of records "0", "1", …, each the parent of the next, and their names from the last one up: an order
+/// in which no joint's parent stands before it.
+std::vector<std::string> deepLine(GrHierarchy& hierarchy, int depth) {
+    std::vector<std::string> names;
+    for (int i = 0; i < depth; ++i)
+        hierarchy.set(std::to_string(i),
+                      {translated({1, 0, 0}), translated({1, 0, 0}), i ? std::to_string(i - 1) : "", false});
+    for (int i = depth; i-- > 0;) names.push_back(std::to_string(i));
+    return names;
+}
+
+// Joint by joint to the root these would be ten thousand million steps.
+TEST(JointChain, AHundredThousandJointsOfADeepTableAreReadInTime) {
+    GrHierarchy hierarchy;
+    const std::vector<std::string> names = deepLine(hierarchy, 100000);
+    const auto start = std::chrono::steady_clock::now();
+    const JointChain chain = readChain(hierarchy, names);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+    ASSERT_EQ(chain.positions.size(), 30u);
+    EXPECT_EQ(chain.positions[29].x, 100000 - 29);
+}
+
+TEST(JointChain, JointsPastTheLastSlotAreStillNamedWhenTheyOrTheirParentsAreNotThere) {
+    GrHierarchy hierarchy;
+    std::vector<std::string> names = deepLine(hierarchy, 40);
+    JointChain chain;
+    hierarchy.set("loose", {{}, {}, "gone", false});
+    hierarchy.set("round", {{}, {}, "round", false});
+    const std::pair<const char*, const char*> cases[] = {
+        {"elbow", "ASSERT error (deformers/talvisora/talvisora:1127): Cannot find 'elbow' in hier!"},
+        {"loose", "worldMatrix: cannot find gone"},
+        {"round", "worldMatrix: cannot find round"},
+    };
+    for (const auto& [name, text] : cases) {
+        names[35] = name;
+        EXPECT_EQ(readJointChain(names, hierarchy, kCpuSetupLines, chain).text(), text);
+    }
 }
 
 TEST(AimCorrection, TurnsAJointTowardsWhereTheNextOneIs) {

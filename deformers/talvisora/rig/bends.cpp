@@ -4,16 +4,17 @@
 
 #include <cstdint>
 
+#include "world_matrices.h"
+
 namespace talvisora {
 namespace {
 
 /// Rest world to current world, both under the parent's current matrix: what the parent does is not counted.
-Fault bendMotion(const std::string& name, const GrHierarchy& hierarchy, Matrix44d& motion) {
-    Matrix44d local, restLocal, parent;
-    if (Fault fault = hierarchy.localMatrix(name, Pose::kCurrent, local)) return fault;
-    if (Fault fault = hierarchy.localMatrix(name, Pose::kRest, restLocal)) return fault;
-    if (Fault fault = hierarchy.parentWorldMatrix(name, Pose::kCurrent, parent)) return fault;
-    motion = inverse(restLocal * parent) * (local * parent);
+Fault bendMotion(const JointRecord& control, WorldMatrices& world, Matrix44d& motion) {
+    Matrix44d parent;
+    if (!control.parent.empty())
+        if (Fault fault = world.of(control.parent, parent)) return fault;
+    motion = inverse(control.restLocal * parent) * (control.local * parent);
     return {};
 }
 
@@ -22,18 +23,20 @@ Fault bendMotion(const std::string& name, const GrHierarchy& hierarchy, Matrix44
 void applyBends(const GrString& bends, const GrHierarchy& hierarchy, const SetupLines& lines,
                 std::vector<Vec3d>& controlPoints, std::vector<Fault>& faults) {
     if (bends.indices.size() != bends.values.size()) return;
+    WorldMatrices world(hierarchy, Pose::kCurrent);
     const std::int64_t count = static_cast<std::int64_t>(controlPoints.size());
     for (std::size_t entry = 0; entry < bends.values.size(); ++entry) {
         const std::string& name = bends.values[entry];
         if (name.empty()) continue;
-        if (!hierarchy.find(name)) {
+        const JointRecord* control = hierarchy.find(name);
+        if (!control) {
             faults.push_back(bendNotFound(lines, name));
             continue;
         }
         const std::int64_t first = std::int64_t{3} * bends.indices[entry] + 1;
         if (first < 1 || first + 1 >= count) continue;
         Matrix44d motion;
-        if (Fault fault = bendMotion(name, hierarchy, motion)) {
+        if (Fault fault = bendMotion(*control, world, motion)) {
             faults.push_back(std::move(fault));
             continue;
         }

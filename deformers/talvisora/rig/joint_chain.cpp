@@ -3,7 +3,11 @@
 // frames, which read the corrected axes of two neighbours.
 #include "rig/joint_chain.h"
 
+#include <algorithm>
+
+#include "kernels/records.h"
 #include "maths/quaternion.h"
+#include "world_matrices.h"
 
 namespace talvisora {
 namespace {
@@ -17,6 +21,18 @@ Fault worldMatrix(const std::vector<std::string>& names, const GrHierarchy& hier
         return {};
     }
     return hierarchy.worldMatrix(names[i], pose, world[i]);
+}
+
+/// Joints that no block has room for are not used, but one that is not there is still reported first.
+Fault checkFurtherJoints(const std::vector<std::string>& names, std::size_t first,
+                         const GrHierarchy& hierarchy, const SetupLines& lines) {
+    WorldMatrices world(hierarchy, Pose::kCurrent);
+    Matrix44d unused;
+    for (std::size_t i = first; i < names.size(); ++i) {
+        if (!hierarchy.find(names[i])) return jointNotFound(lines, names[i]);
+        if (Fault fault = world.of(names[i], unused)) return fault;
+    }
+    return {};
 }
 
 void translationsOf(const std::vector<Matrix44d>& matrices, std::vector<Vec3d>& positions) {
@@ -39,9 +55,10 @@ void buildFrames(const std::vector<Matrix44d>& world, std::vector<Matrix44d>& fr
 
 Fault readJointChain(const std::vector<std::string>& names, const GrHierarchy& hierarchy,
                      const SetupLines& lines, JointChain& chain) {
-    chain.world.resize(names.size());
-    chain.restWorld.resize(names.size());
-    for (std::size_t i = 0; i < names.size(); ++i) {
+    const std::size_t used = std::min(names.size(), static_cast<std::size_t>(MAX_CV_MATRICES));
+    chain.world.resize(used);
+    chain.restWorld.resize(used);
+    for (std::size_t i = 0; i < used; ++i) {
         const JointRecord* record = hierarchy.find(names[i]);
         if (!record) return jointNotFound(lines, names[i]);
         if (Fault fault = worldMatrix(names, hierarchy, *record, Pose::kCurrent, i, chain.world))
@@ -49,6 +66,7 @@ Fault readJointChain(const std::vector<std::string>& names, const GrHierarchy& h
         if (Fault fault = worldMatrix(names, hierarchy, *record, Pose::kRest, i, chain.restWorld))
             return fault;
     }
+    if (Fault fault = checkFurtherJoints(names, used, hierarchy, lines)) return fault;
     translationsOf(chain.world, chain.positions);
     translationsOf(chain.restWorld, chain.restPositions);
     return {};

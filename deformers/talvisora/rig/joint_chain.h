@@ -26,7 +26,8 @@ struct JointChain {
 };
 
 /// Looks the joints up and fills `world`, `restWorld` and both positions. A fault names the first joint that
-/// is not in the table, or the record at which a walk to the root ended.
+/// is not in the table, or the record at which a walk to the root ended. Joints past MAX_CV_MATRICES are
+/// checked alike but not kept: no block takes so many.
 Fault readJointChain(const std::vector<std::string>& names, const GrHierarchy& hierarchy,
                      const SetupLines& lines, JointChain& chain);
 
