@@ -82,7 +82,7 @@ struct Channel {
 };
 
 struct Clip {
-    std::string name; ///< may be empty
+    std::string name; ///< unique, never empty: nameless ones are clip1, clip2, …
     double seconds = 0.0;
     std::vector<Channel> channels; ///< at most one per node
 };

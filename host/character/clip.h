@@ -13,9 +13,9 @@ struct Pose {
     std::vector<Matrix44d> local; ///< against the parent joint; for a root the same as world
 };
 
-/// Index of the clip with this name, or of the only one that has `text` as a part of its name (capitals count
-/// less than an exact match, but are ignored in the end). Empty text: the first clip that has any length.
-/// Throws HostError kInput that lists the clips when none or several fit.
+/// Index of the clip with this name, else of the only one that has `text` as a part of its name: with these
+/// capitals, else whatever the capitals. Empty text: the first clip that has any length (the first one when
+/// none has). Throws HostError kInput that lists the clips when none or several fit.
 std::size_t findClip(const Character& character, const std::string& text);
 
 /// The last frame of a clip: the largest f with (f - 1) / fps <= seconds. At least 1.

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+// Gathers what a character and its rig say about themselves, and lays it out as lines: units, mesh, weights,
+// joints as an indented tree, chains, clips, and what was noticed on the way.
 #include "host/character/describe.h"
 
 #include <algorithm>

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+// One matrix per joint carries rest space to the pose; a point is the weighted mean of where its joints carry
+// it.
 #include "host/character/linear_blend.h"
 
 namespace talvisora::host {

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+// The deformer takes x as the bone and spreads twist along it, so the frames follow the chain, not the file's
+// axes; and it drops the last joint's bend, so a chain that ends in a moving joint gets one record more.
 #include "host/character/rigging/chain_frames.h"
 
 #include <algorithm>

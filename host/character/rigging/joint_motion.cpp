@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+// A joint that is stiff against its parent carries rest space exactly as the parent does. So the measure is
+// the matrix (inverse rest · local · rest of the parent), which is the identity then.
 #include "host/character/rigging/joint_motion.h"
 
 #include <algorithm>
