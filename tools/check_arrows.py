@@ -157,7 +157,7 @@ def check_file(root, source):
                 names = family_of(name)
             where = "%s:%d: " % (source, number)
             if not names:
-                faults.append(where + "'%s' is no file of ours and no known library" % name)
+                faults.append(where + "'%s' is no known library, and no file of ours by that name in quotes" % name)
             elif room not in names and not names & allowed:
                 faults.append(where + "%s must not include '%s' (%s)" % (room, name, ", ".join(sorted(names))))
     return faults
