@@ -3,6 +3,8 @@
 // temporary has a short name of its own, so a target whose name is as long as the system allows works too.
 #include "host/writers/atomic_file.h"
 
+#include "host/writers/temporary_files.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -38,6 +40,7 @@ std::string folderOf(const std::string& path) {
 std::string cure(int systemError, const std::string& path) {
     switch (systemError) {
     case ENOENT:
+        if (std::error_code error; fs::exists(folderOf(path), error)) break; // no file can be made there
         return "create the folder '" + folderOf(path) + "' first";
     case ENOTDIR:
         return "'" + folderOf(path) + "' is not a folder; name one that is";
@@ -56,8 +59,9 @@ std::string cure(int systemError, const std::string& path) {
     case ENAMETOOLONG:
         return "choose a shorter name";
     default:
-        return "choose another place for it";
+        break;
     }
+    return "choose another place for it";
 }
 
 std::atomic<unsigned> temporaryCounter{0};
@@ -96,6 +100,7 @@ AtomicFile::AtomicFile(std::string path) : path_(std::move(path)), target_(path_
         temporary_.clear(); // not ours
         fail(systemError);
     }
+    listed_ = listTemporary(temporary_);
 }
 
 AtomicFile::~AtomicFile() {
@@ -106,6 +111,8 @@ void AtomicFile::drop() noexcept {
     if (file_) std::fclose(file_);
     file_ = nullptr;
     if (!temporary_.empty()) std::remove(temporary_.c_str());
+    unlistTemporary(listed_);
+    listed_ = -1;
     temporary_.clear();
 }
 
@@ -144,6 +151,8 @@ void AtomicFile::commit() {
     std::error_code error;
     fs::rename(temporary_, target_, error);
     if (error) fail(error.value());
+    unlistTemporary(listed_);
+    listed_ = -1;
     temporary_.clear();
 }
 

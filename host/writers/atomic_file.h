@@ -51,6 +51,7 @@ private:
     std::string path_;      // as given
     std::string target_;    // with symbolic links resolved
     std::string temporary_; // empty: the target is written directly
+    int listed_ = -1;       // place among the temporaries that a signal removes
     std::FILE* file_ = nullptr;
     std::uint64_t bytesWritten_ = 0;
 };
