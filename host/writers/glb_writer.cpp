@@ -79,6 +79,8 @@ GlbWriter::GlbWriter(std::string path, std::vector<OutputMesh> meshes, const std
         refuse("the unit must be a positive number of metres");
     if (!(options_.framesPerSecond > 0.0) || !std::isfinite(options_.framesPerSecond))
         refuse("frames per second must be a positive number");
+    if (!options_.keySeconds.empty() && options_.keySeconds.size() != frameCount_)
+        refuse("it needs one time for each frame, or none");
     checkMeshes(meshes_, pointCount_, file_.path());
     checkPoints(restPoints, pointCount_, options_.metresPerUnit, 0, file_.path());
     // Every key stores the weights of all targets; past this number they alone would fill the file.
@@ -151,6 +153,11 @@ void GlbWriter::layOut() {
     binaryBytes_ = targetsOffset_ + frameBytes_ * frameCount_;
 }
 
+float GlbWriter::keyTime(std::size_t frame) const {
+    if (!options_.keySeconds.empty()) return static_cast<float>(options_.keySeconds[frame]);
+    return static_cast<float>(static_cast<double>(frame) / options_.framesPerSecond);
+}
+
 // Appends one vector per vertex to bytes_ and answers their bounds as stored.
 GlbWriter::Range GlbWriter::putVectors(const OutputMesh& mesh, const std::vector<Vec3d>& vectors) {
     Range range;
@@ -195,8 +202,7 @@ void GlbWriter::writeRest(const std::vector<Vec3d>& restPoints) {
     for (const OutputMesh& mesh : meshes_) {
         for (const std::uint32_t vertex : triangulate(mesh)) putUint32(bytes_, vertex);
     }
-    for (std::size_t f = 0; f < frameCount_; ++f)
-        putFloat(bytes_, static_cast<float>(static_cast<double>(f) / options_.framesPerSecond));
+    for (std::size_t f = 0; f < frameCount_; ++f) putFloat(bytes_, keyTime(f));
     file_.write(bytes_.data(), bytes_.size());
     for (std::size_t key = 0; key < frameCount_; ++key) {
         bytes_.clear();
@@ -305,8 +311,7 @@ std::string GlbWriter::document(const std::vector<Range>& targetRanges) const {
         const int animationView = view(timesOffset_, targetsOffset_ - timesOffset_, 0, 0);
         Json times = accessor(animationView, 0, frameCount_, kFloat, "SCALAR");
         times["min"] = Json::array({0.0f});
-        times["max"] = Json::array(
-            {static_cast<float>(static_cast<double>(frameCount_ - 1) / options_.framesPerSecond)});
+        times["max"] = Json::array({keyTime(frameCount_ - 1)});
         const std::size_t input = add(times);
         const std::size_t output = add(accessor(animationView, weightsOffset_ - timesOffset_,
                                                 frameCount_ * frameCount_, kFloat, "SCALAR"));

@@ -22,6 +22,8 @@ struct GlbOptions {
     double metresPerUnit = 1.0;
     /// Frames per second; the first frame added is at time 0.
     double framesPerSecond = 24.0;
+    /// The time of each frame in seconds, rising from 0; empty when they follow each other evenly.
+    std::vector<double> keySeconds;
     /// Hold each frame until the next instead of moving linearly between them.
     bool stepped = false;
     /// Also store how the normals change (doubles the file); without it a viewer shades every frame as at
@@ -63,6 +65,7 @@ private:
         Range restRange{};
     };
 
+    float keyTime(std::size_t frame) const;
     void layOut();
     void writeRest(const std::vector<Vec3d>& restPoints);
     std::string document(const std::vector<Range>& targetRanges) const;

@@ -182,6 +182,16 @@ TEST(GlbWriter, AnimationShowsOneTargetPerKey) {
     EXPECT_EQ(load(writeSample(folder, options)).animations[0].samplers[0].interpolation, "STEP");
 }
 
+TEST(GlbWriter, UnevenFramesKeepTheirTimes) {
+    TempFolder folder;
+    GlbOptions options;
+    options.keySeconds = {0.0, 0.25, 1.5, 2.0};
+    const tinygltf::Model model = load(writeSample(folder, options));
+    const int input = model.animations.at(0).samplers.at(0).input;
+    EXPECT_EQ(floatsOf(model, input), (std::vector<float>{0.0f, 0.25f, 1.5f, 2.0f}));
+    expectBounds(model, input);
+}
+
 TEST(GlbWriter, ZUpCharactersAreTurnedByTheRootNode) {
     TempFolder folder;
     GlbOptions options;
@@ -300,6 +310,9 @@ TEST(GlbWriter, BadInputLeavesNoFile) {
     EXPECT_NE(errorOf([&] { GlbWriter writer(path, sampleMeshes(), samplePoints(), 1, options); }), "");
     options = {};
     options.framesPerSecond = std::nan("");
+    EXPECT_NE(errorOf([&] { GlbWriter writer(path, sampleMeshes(), samplePoints(), 1, options); }), "");
+    options = {};
+    options.keySeconds = {0.0, 1.0};
     EXPECT_NE(errorOf([&] { GlbWriter writer(path, sampleMeshes(), samplePoints(), 1, options); }), "");
     EXPECT_TRUE(folder.names().empty());
 }
