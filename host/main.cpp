@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // grhost: a command-line host for the deformer module. This file is the command line and nothing else.
 #include "host/verbs/verbs.h"
+#include "host/writers/temporary_files.h"
 
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
 #include <exception>
+#include <limits>
 #include <new>
 #include <string>
 
@@ -14,6 +16,7 @@ using namespace talvisora::host;
 namespace {
 
 constexpr int kMaxThreads = 1024;
+constexpr int kMaxInt = std::numeric_limits<int>::max();
 
 void addModuleOptions(CLI::App& app, std::string& module, std::string& variant, int& threads) {
     app.add_option("--module", module, "module library; default: the one beside grhost")->type_name("FILE");
@@ -34,7 +37,7 @@ void addUnits(CLI::App& app, FileUnit& units) {
 void addReplay(CLI::App& app, ReplayVerb& verb) {
     app.add_option("capture", verb.capture, "capture to replay")->required()->type_name("CAPTURE.json");
     app.add_option("--device", verb.device, "OpenCL device for deformGpu, from 0")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Range(0, kMaxInt))
         ->type_name("N");
     addModuleOptions(app, verb.module, verb.variant, verb.threads);
 }
@@ -75,7 +78,7 @@ void addDeform(CLI::App& app, DeformJob& job, std::string& params, int& tangentT
         ->check(CLI::IsMember({0, 1}));
     app.add_option("--capture", job.capture, "write one evaluation as a capture")->type_name("FILE.json");
     app.add_option("--capture-frame", job.captureFrame, "the frame to capture; default: the first")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(1, kMaxInt));
     app.add_flag("--json", json, "print one JSON report on standard output");
     app.add_flag("--quiet", job.quiet, "no summary, no notes, no progress bar");
     addModuleOptions(app, job.module, job.variant, job.threads);
@@ -130,6 +133,7 @@ int fail(const std::string& text, ExitCode code) {
 } // namespace
 
 int main(int argc, char** argv) {
+    removeTemporariesOnSignals();
     try {
         return static_cast<int>(run(argc, argv));
     } catch (const HostError& error) {

@@ -29,6 +29,7 @@ void checkOptions(const DeformJob& job) {
     if (job.outputs.empty() && job.picture.empty() && job.capture.empty() && !job.baseline)
         refuse("nothing to do: give -o FILE, --picture FILE, --capture FILE or --baseline");
     checkOutputNames(job.outputs);
+    checkFilesApart(job.character, job.outputs, job.picture, job.capture);
     if (!(job.fps > 0.0) || !std::isfinite(job.fps)) refuse("--fps must be a positive number");
     if (job.view != "front" && job.view != "three-quarter")
         refuse("--view " + job.view + ": front or three-quarter expected");
@@ -140,14 +141,20 @@ DeformReport runDeformJob(const DeformJob& job) {
     const Clip& clip = character.clips[findClip(character, job.clip)];
     const int last = lastFrame(clip, job.fps);
     const bool wholeRun = !job.outputs.empty() || job.baseline || !job.frames.empty();
-    const std::vector<int> clipFrames = parseFrames(job.frames, last);
+    const auto framesOf = [&](const std::string& text) {
+        try {
+            return parseFrames(text, last);
+        } catch (const HostError& error) {
+            if (error.code == ExitCode::kUsage) throw; // the text alone is wrong
+            throw HostError(error.code, "'" + job.character + "': clip '" + clip.name + "': " + error.what());
+        }
+    };
+    const std::vector<int> clipFrames = framesOf(job.frames);
     std::vector<int> pictureFrames;
     if (!job.picture.empty())
-        pictureFrames =
-            job.pictureFrames.empty() ? spread(clipFrames, 4) : parseFrames(job.pictureFrames, last);
-    const int captureFrame = job.captureFrame == 0
-                                 ? clipFrames.front()
-                                 : parseFrames(std::to_string(job.captureFrame), last).front();
+        pictureFrames = job.pictureFrames.empty() ? spread(clipFrames, 4) : framesOf(job.pictureFrames);
+    const int captureFrame =
+        job.captureFrame == 0 ? clipFrames.front() : framesOf(std::to_string(job.captureFrame)).front();
 
     DeformReport report;
     report.character = job.character;

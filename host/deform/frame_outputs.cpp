@@ -29,6 +29,16 @@ float frameStep(const std::vector<int>& frames) {
     return step > 0 ? static_cast<float>(step) : 1.0f;
 }
 
+// The frames' times from the first one on. Empty when frames go back or repeat: the keys of an animation must
+// rise, so such frames just follow each other.
+std::vector<double> risingTimes(const std::vector<int>& frames, double fps) {
+    const auto notRising = [](int a, int b) { return a >= b; };
+    if (std::adjacent_find(frames.begin(), frames.end(), notRising) != frames.end()) return {};
+    std::vector<double> times;
+    for (const int frame : frames) times.push_back((frame - frames.front()) / fps);
+    return times;
+}
+
 class Pc2Output : public FrameOutput {
 public:
     Pc2Output(const std::string& path, const FrameOutputContext& context)
@@ -83,7 +93,8 @@ private:
     static GlbOptions options(const FrameOutputContext& context) {
         GlbOptions options;
         options.metresPerUnit = context.character->metresPerFileUnit;
-        options.framesPerSecond = context.fps / frameStep(context.frames);
+        options.framesPerSecond = context.fps;
+        options.keySeconds = risingTimes(context.frames, context.fps);
         options.zUp = context.zUp;
         if (!context.clipName.empty()) options.animationName = context.clipName;
         return options;
@@ -123,6 +134,30 @@ void checkOutputNames(const std::vector<std::string>& paths) {
         if (std::count(paths.begin(), paths.end(), path) > 1)
             throw HostError(ExitCode::kUsage, "-o " + path + ": named twice");
     }
+}
+
+void checkFilesApart(const std::string& character, const std::vector<std::string>& outputs,
+                     const std::string& picture, const std::string& capture) {
+    namespace fs = std::filesystem;
+    struct Named {
+        std::string option, path;
+    };
+    std::vector<Named> files = {{"the character", character}};
+    for (const std::string& path : outputs) files.push_back({"-o", path});
+    if (!picture.empty()) files.push_back({"--picture", picture});
+    if (!capture.empty()) files.push_back({"--capture", capture});
+    const auto same = [](const std::string& a, const std::string& b) {
+        std::error_code error;
+        if (fs::equivalent(a, b, error)) return fs::is_regular_file(a, error); // a device may take several
+        return !fs::exists(a, error) && fs::weakly_canonical(a, error) == fs::weakly_canonical(b, error);
+    };
+    for (std::size_t k = 1; k < files.size(); ++k)
+        for (std::size_t other = 0; other < k; ++other)
+            if (same(files[k].path, files[other].path))
+                throw HostError(ExitCode::kUsage, files[k].option + " " + files[k].path +
+                                                      ": the same file as " + files[other].option + " '" +
+                                                      files[other].path +
+                                                      "'; give each file a name of its own");
 }
 
 void checkWritable(const std::string& path) {

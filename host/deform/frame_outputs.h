@@ -19,6 +19,11 @@ std::vector<OutputMesh> outputMeshes(const Character& character);
 /// named twice. Cheap; to be called before anything is read.
 void checkOutputNames(const std::vector<std::string>& paths);
 
+/// Refuses two names for one file, however they are spelled: of two outputs one would be lost, and an output
+/// over the character would destroy it. HostError kUsage. Picture and capture may be empty.
+void checkFilesApart(const std::string& character, const std::vector<std::string>& outputs,
+                     const std::string& picture, const std::string& capture);
+
 /// Opens and drops a temporary beside the file: HostError kOutput when nothing can be written there.
 void checkWritable(const std::string& path);
 

@@ -4,6 +4,8 @@
 #include "journeys/run_grhost.h"
 
 #include <algorithm>
+#include <csignal>
+#include <unistd.h>
 
 namespace talvisora::journeys {
 namespace {
@@ -63,6 +65,9 @@ TEST_F(CommandLine, WrongUsageEndsWithTwo) {
     expectRefused(2, {"capture"}, {"replay"});
     expectRefused(2, {"--slow"}, {"replay", "c.json", "--slow"});
     expectRefused(2, {"--threads"}, {"replay", "c.json", "--threads", "0"});
+    expectRefused(2, {"--device", "0 to 2147483647"}, {"replay", "c.json", "--device", "-1"});
+    expectRefused(2, {"--capture-frame", "1 to 2147483647"},
+                  {"deform", "a.glb", "--capture", path("c.json"), "--capture-frame", "-5"});
     expectRefused(2, {"--variant", "mmx", "sse2"}, {"replay", "c.json", "--variant", "mmx"});
     expectRefused(2, {"nothing to do", "-o"}, {"deform", "a.glb"});
     expectRefused(2, {"furlong"}, {"deform", "a.glb", "-o", path("o.pc2"), "--units", "furlong"});
@@ -142,11 +147,44 @@ TEST_F(CommandLine, InfoTellsTheModulesAttributes) {
 TEST_F(BullCommandLine, UnknownClipsAndFramesNameWhatThereIs) {
     expectRefused(3, {"Gallop", "Wuson_Run", "Wuson_Walk"},
                   {"deform", kBull, "--clip", "Gallop", "-o", path("o.pc2")});
-    expectRefused(3, {"25", "24"},
+    expectRefused(3, {kBull, "Wuson_Run", "25", "24"},
                   {"deform", kBull, "--clip", "Run", "--frames", "1-25", "-o", path("o.pc2")});
     expectRefused(2, {"5-3"}, {"deform", kBull, "--clip", "Run", "--frames", "5-3", "-o", path("o.pc2")});
     expectRefused(3, {"99", "24"},
                   {"deform", kBull, "--clip", "Run", "--capture", path("c.json"), "--capture-frame", "99"});
+}
+
+TEST_F(BullCommandLine, NoOutputTakesThePlaceOfAnotherFile) {
+    fs::copy_file(kBull, path("hero.glb"));
+    const std::string before = fileText(path("hero.glb"));
+    expectRefused(2, {"hero.glb", "the character"}, {"deform", path("hero.glb"), "-o", path("./hero.glb")});
+    EXPECT_EQ(fileText(path("hero.glb")), before);
+    fs::remove(path("hero.glb"));
+    expectRefused(2, {"o.pc2", "-o"}, {"deform", kBull, "-o", path("o.pc2"), path("x/../o.pc2")});
+    expectRefused(2, {"--picture", "-o"},
+                  {"deform", kBull, "-o", path("o.pc2"), "--picture", path("./o.pc2")});
+    expectRefused(2, {"--capture", "--picture"},
+                  {"deform", kBull, "--picture", path("o.png"), "--capture", path("o.png")});
+}
+
+TEST_F(BullCommandLine, AStoppedRunTakesItsTemporariesAlong) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            // Nothing but the strings for exec between fork and exec.
+            const std::string program = std::string(TALVISORA_BIN_DIR) + "/grhost", output = path("o.pc2");
+            ::execl(program.c_str(), "grhost", "deform", kBull.c_str(), "--clip", "Walk", "--fps", "100000",
+                    "--quiet", "-o", output.c_str(), static_cast<char*>(nullptr));
+            ::_exit(127);
+        }
+        for (int wait = 0; wait < 1000 && listing().empty(); ++wait) ::usleep(10000);
+        EXPECT_EQ(listing().size(), 1u) << "the temporary of a run that takes minutes";
+        ASSERT_EQ(::kill(child, signal), 0);
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
+        EXPECT_EQ(listing(), std::vector<std::string>());
+    }
 }
 
 TEST_F(BullCommandLine, UnwritableOutputsAreFoundBeforeTheWork) {
