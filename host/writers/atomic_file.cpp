@@ -71,10 +71,12 @@ std::atomic<unsigned> temporaryCounter{0};
 AtomicFile::AtomicFile(std::string path) : path_(std::move(path)), target_(path_) {
     std::error_code error;
     if (path_.empty()) fail(ENOENT);
-    if (fs::is_symlink(path_, error)) {
-        const fs::path resolved = fs::weakly_canonical(path_, error);
+    // Step by step, for a link may point to a file that is not there yet.
+    for (int hops = 0; fs::is_symlink(target_, error); ++hops) {
+        if (hops == 40) fail(ELOOP);
+        const fs::path next = fs::read_symlink(target_, error);
         if (error) fail(error.value());
-        target_ = resolved.string();
+        target_ = (fs::path(target_).parent_path() / next).string();
     }
     const fs::file_status status = fs::status(target_, error);
     if (status.type() == fs::file_type::none) fail(error.value());
@@ -120,7 +122,7 @@ void AtomicFile::fail(int systemError) {
     drop();
     const std::string reason = systemError != 0 ? std::strerror(systemError) : "the system gave no reason";
     throw HostError(ExitCode::kOutput,
-                    "cannot write '" + path_ + "': " + reason + "; " + cure(systemError, path_));
+                    "cannot write '" + path_ + "': " + reason + "; " + cure(systemError, target_));
 }
 
 void AtomicFile::write(const void* data, std::size_t size) {

@@ -165,6 +165,30 @@ TEST(AtomicFile, SymbolicLinkStaysAndItsFileIsReplaced) {
 }
 #endif
 
+TEST(AtomicFile, LinksMayPointToFilesThatAreNotThereYetButNotInCircles) {
+    TempFolder folder;
+    std::filesystem::create_directory(folder.file("far"));
+    std::filesystem::create_symlink("far/second", folder.file("first"));
+    std::filesystem::create_symlink(folder.file("far/file"), folder.file("far/second"));
+    AtomicFile file(folder.file("first"));
+    file.write("x");
+    file.commit();
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.file("first")));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.file("far/second")));
+    EXPECT_EQ(std::filesystem::file_size(folder.file("far/file")), 1u);
+
+    std::filesystem::create_symlink("none/file", folder.file("lost"));
+    EXPECT_EQ(errorOf([&] { AtomicFile lost(folder.file("lost")); }),
+              "cannot write '" + folder.file("lost") + "': No such file or directory; create the folder '" +
+                  folder.file("none") + "' first");
+
+    std::filesystem::create_symlink("b", folder.file("a"));
+    std::filesystem::create_symlink("a", folder.file("b"));
+    EXPECT_EQ(errorOf([&] { AtomicFile circle(folder.file("a")); }),
+              "cannot write '" + folder.file("a") +
+                  "': Too many levels of symbolic links; choose another place for it");
+}
+
 TEST(AtomicFile, LeftoversOfOthersAreNotTouched) {
     TempFolder folder;
     std::string name; // of the first temporary, ".grhost-PROCESS-NUMBER.tmp"
