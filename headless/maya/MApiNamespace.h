@@ -18,16 +18,37 @@
 
 namespace Autodesk::Maya::OpenMaya20240000 {
 
+class MArrayDataBuilder;
+class MArrayDataHandle;
 class MAutoCLEvent;
 class MAutoCLKernel;
 class MAutoCLMem;
+class MDagPath;
+class MDataHandle;
+class MFloatArray;
+class MFloatPoint;
+class MFloatPointArray;
+class MFloatVector;
 class MFn;
 class MFnBase;
+class MFnComponent;
+class MFnDagNode;
 class MFnDependencyNode;
+class MFnMesh;
+class MFnSingleIndexedComponent;
 class MGlobal;
+class MIntArray;
+class MMatrix;
+class MMeshIsectAccelParams;
 class MObject;
+class MPlug;
+class MPoint;
+class MPointArray;
+class MSelectionList;
+class MSpace;
 class MStatus;
 class MString;
+class MVector;
 
 } // namespace Autodesk::Maya::OpenMaya20240000
 

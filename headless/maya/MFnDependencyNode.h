@@ -23,6 +23,14 @@ public:
     MString name(MStatus* ReturnStatus = nullptr) const;
     /// Name of the node's type.
     MString typeName(MStatus* ReturnStatus = nullptr) const;
+
+    /// Plug of the attribute of that name; a null plug and a failure when there is none. The child of an
+    /// array compound comes without its parent's index, so its elements cannot be reached this way. Include
+    /// <maya/MPlug.h> to use it. wantNetworkedPlug has no effect: nothing is connected here.
+    MPlug findPlug(const MString& attrName, bool wantNetworkedPlug, MStatus* ReturnStatus = nullptr) const;
+    MPlug findPlug(const MObject& attr, bool wantNetworkedPlug, MStatus* ReturnStatus = nullptr) const;
+    /// The attribute's object; null and a failure when there is none.
+    MObject attribute(const MString& attrName, MStatus* ReturnStatus = nullptr) const;
 };
 
 } // namespace Autodesk::Maya::OpenMaya20240000

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The scene behind the look-alike classes, as host and tests fill it: named dependency nodes.
+// The scene behind the look-alike classes, as host and tests fill it: named nodes, meshes, and the selection.
+// Attributes of nodes are in scene/attributes.h, commands in scene/mel.h.
 //
 // This header is the platform's own, not Maya's; module code never includes it.
 #pragma once
@@ -7,6 +8,7 @@
 #include "../headless_api.h"
 #include <maya/MObject.h>
 #include <string>
+#include <vector>
 
 namespace headless {
 
@@ -31,7 +33,44 @@ HEADLESS_API MObject findNode(const std::string& name);
 /// Whether the handle denotes a node that exists now.
 HEADLESS_API bool isAlive(const MObject& node);
 
-/// Deletes all nodes.
+/// Deletes all nodes and components, and empties the selection, the undo list and the write journal.
 HEADLESS_API void clearScene();
+
+/// One point of a mesh, object space, centimetres.
+struct Position {
+    double x, y, z;
+};
+
+/// Makes a polygon mesh (MFn::kMesh) and returns its handle. The scene has no hierarchy: there is no
+/// transform above the mesh, and the name is that of the shape itself, so looking it up gives an object that
+/// MFnMesh takes. `faceCounts` holds the number of vertices of each face, `faceVertices` the vertices of all
+/// faces one after the other.
+///
+/// A null handle, nothing made and `error` (if not null) filled with one line when a count is below 3, the
+/// counts do not add up to the number of face vertices, a vertex index is out of range, or there are more
+/// than 2^31 - 1 of anything. All else is taken: no points, no faces, unused and doubled vertices, faces
+/// without area, faces that use a vertex twice, open and crossing surfaces, and points that are not finite
+/// (faces at them take no part in queries).
+HEADLESS_API MObject createMesh(const std::string& name, const std::vector<Position>& points,
+                                const std::vector<int>& faceCounts, const std::vector<int>& faceVertices,
+                                std::string* error = nullptr);
+
+/// Makes a transform (MFn::kTransform): placed in the scene, but no mesh.
+HEADLESS_API MObject createTransform(const std::string& name);
+
+/// Which parts of a shape a selected component means. `other` is one without a single index per element (as
+/// control vertices of a surface have two): MFnSingleIndexedComponent does not attach to it.
+enum class ComponentKind { none, vertices, edges, faces, other };
+
+/// One entry of the selection. `elements` may be in any order, repeat, and lie outside the mesh.
+struct SelectedItem {
+    MObject object;
+    ComponentKind kind = ComponentKind::none;
+    std::vector<int> elements;
+};
+
+/// Replaces the active selection. Items whose node does not exist are left out, as are components of nodes
+/// that are not placed in the scene.
+HEADLESS_API void setActiveSelection(const std::vector<SelectedItem>& items);
 
 } // namespace headless
