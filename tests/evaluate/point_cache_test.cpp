@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 
 #include "fixtures/values.h"
 
@@ -132,6 +133,23 @@ TEST_F(PointCacheTest, StoresTweaksAtTheirLogicalIndexAndZerosElsewhere) {
     block(1)[attribute::kTweaks] = compound({});
     ASSERT_EQ(rebuild(), "");
     EXPECT_EQ(node.tweaks[slot(1, 5)].collision, 0.0f);
+}
+
+TEST_F(PointCacheTest, StoresTheFourteenAmountsInTheirOrder) {
+    const char* const names[] = {"collisionTweak",         "collisionPlaneTweak",   "bulgeTweak",
+                                 "collisionBulgeTweak",    "centerInTweak",         "centerOutTweak",
+                                 "slidePrevInTweak",       "slideNextInTweak",      "slidePrevOutTweak",
+                                 "slideNextOutTweak",      "slideOrthoPrevInTweak", "slideOrthoNextInTweak",
+                                 "slideOrthoPrevOutTweak", "slideOrthoNextOutTweak"};
+    ValueMap entry;
+    for (int field = 0; field < 14; ++field)
+        entry[std::string("talvisora__") + names[field]] = number(static_cast<float>(field) + 1.0f);
+    block(0)[attribute::kTweaks] = compound({entry});
+    ASSERT_EQ(rebuild(), "");
+    float stored[14];
+    std::memcpy(stored, &node.tweaks[slot(0, 0)], sizeof stored);
+    for (int field = 0; field < 14; ++field)
+        EXPECT_EQ(stored[field], static_cast<float>(field) + 1.0f) << field;
 }
 
 TEST_F(PointCacheTest, SkipsTweaksWithoutAPlaceButChecksTheirChildren) {
