@@ -49,3 +49,12 @@ TALVISORA_LANES Lanes roundToFloat(Lanes a) {
 TALVISORA_LANES Lanes loadFloats(const float* p) {
     return _mm256_cvtps_pd(_mm_loadu_ps(p));
 }
+TALVISORA_LANES Lanes minimum(Lanes a, Lanes b) {
+    return _mm256_min_pd(a, b);
+}
+TALVISORA_LANES Lanes maximum(Lanes a, Lanes b) {
+    return _mm256_max_pd(a, b);
+}
+TALVISORA_LANES unsigned bitsOf(LaneMask mask) {
+    return (unsigned)_mm256_movemask_pd(mask);
+}

@@ -49,3 +49,12 @@ TALVISORA_LANES Lanes roundToFloat(Lanes a) {
 TALVISORA_LANES Lanes loadFloats(const float* p) {
     return _mm512_cvtps_pd(_mm256_loadu_ps(p));
 }
+TALVISORA_LANES Lanes minimum(Lanes a, Lanes b) {
+    return _mm512_min_pd(a, b);
+}
+TALVISORA_LANES Lanes maximum(Lanes a, Lanes b) {
+    return _mm512_max_pd(a, b);
+}
+TALVISORA_LANES unsigned bitsOf(LaneMask mask) {
+    return mask;
+}

@@ -54,3 +54,14 @@ TALVISORA_LANES Lanes roundToFloat(Lanes a) {
 TALVISORA_LANES Lanes loadFloats(const float* p) {
     return _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64((const __m128i*)p)));
 }
+/// The lesser and the greater of two numbers; b where either is not a number.
+TALVISORA_LANES Lanes minimum(Lanes a, Lanes b) {
+    return _mm_min_pd(a, b);
+}
+TALVISORA_LANES Lanes maximum(Lanes a, Lanes b) {
+    return _mm_max_pd(a, b);
+}
+/// One bit per lane, the first lane the lowest.
+TALVISORA_LANES unsigned bitsOf(LaneMask mask) {
+    return (unsigned)_mm_movemask_pd(mask);
+}

@@ -16,7 +16,10 @@ namespace avx {
 
 #include "kernels/deform_body.h"
 
-const VariantTable kTable = {"avx", findSpan, basisFunction, evaluateCurve, spanBasis, deformTile};
+#include "kernels/nearest_body.h"
+
+const VariantTable kTable = {"avx",     findSpan,   basisFunction, evaluateCurve,
+                             spanBasis, deformTile, nearestTile};
 
 } // namespace avx
 } // namespace talvisora

@@ -16,7 +16,10 @@ namespace avx2 {
 
 #include "kernels/deform_body.h"
 
-const VariantTable kTable = {"avx2", findSpan, basisFunction, evaluateCurve, spanBasis, deformTile};
+#include "kernels/nearest_body.h"
+
+const VariantTable kTable = {"avx2",    findSpan,   basisFunction, evaluateCurve,
+                             spanBasis, deformTile, nearestTile};
 
 } // namespace avx2
 } // namespace talvisora

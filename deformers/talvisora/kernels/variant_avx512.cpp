@@ -16,7 +16,10 @@ namespace avx512 {
 
 #include "kernels/deform_body.h"
 
-const VariantTable kTable = {"avx512", findSpan, basisFunction, evaluateCurve, spanBasis, deformTile};
+#include "kernels/nearest_body.h"
+
+const VariantTable kTable = {"avx512",  findSpan,   basisFunction, evaluateCurve,
+                             spanBasis, deformTile, nearestTile};
 
 } // namespace avx512
 } // namespace talvisora

@@ -16,7 +16,10 @@ namespace sse2 {
 
 #include "kernels/deform_body.h"
 
-const VariantTable kTable = {"sse2", findSpan, basisFunction, evaluateCurve, spanBasis, deformTile};
+#include "kernels/nearest_body.h"
+
+const VariantTable kTable = {"sse2",    findSpan,   basisFunction, evaluateCurve,
+                             spanBasis, deformTile, nearestTile};
 
 } // namespace sse2
 } // namespace talvisora

@@ -16,7 +16,10 @@ namespace sse41 {
 
 #include "kernels/deform_body.h"
 
-const VariantTable kTable = {"sse4.1", findSpan, basisFunction, evaluateCurve, spanBasis, deformTile};
+#include "kernels/nearest_body.h"
+
+const VariantTable kTable = {"sse4.1",  findSpan,   basisFunction, evaluateCurve,
+                             spanBasis, deformTile, nearestTile};
 
 } // namespace sse41
 } // namespace talvisora

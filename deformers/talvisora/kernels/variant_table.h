@@ -44,6 +44,32 @@ struct TileJob {
     const float* pairBasis;   ///< per run: four rows of `count` basis values, from 4 · firstPair on
 };
 
+/// Boxes that samples are kept in, at most; a multiple of every lane count. One bit of 32 stays free.
+static constexpr int kNearestBoxes = 32;
+/// Points that one step of the widest search takes: coordinate rows are padded to a multiple of it.
+static constexpr int kNearestPad = 16;
+
+/// Samples to search, as rows of coordinates, and the boxes round `boxSize` of them each, the last one
+/// perhaps fewer. Rows of boxes have kNearestBoxes values; those past the last box are far from everything.
+struct NearestTable {
+    const double *x, *y, *z;
+    int32_t sampleCount;
+    int32_t boxSize;
+    uint32_t boxBits; ///< a bit for every box there is
+    const double *lowX, *lowY, *lowZ, *highX, *highY, *highZ;
+};
+
+/// One tile of points whose nearest samples are wanted. The rows x, y, z may be read up to the next multiple
+/// of kNearestPad.
+struct NearestJob {
+    const NearestTable* table;
+    const double *x, *y, *z;
+    int32_t count;
+    double bound;             ///< squared distance that a sample must undercut
+    int32_t* indices;         ///< lowest index among the nearest samples; -1 when none undercuts the bound
+    double* squaredDistances; ///< of that sample, or the bound; null when not wanted
+};
+
 /// One instruction set's functions; the argument contracts are those of curve.h.
 struct VariantTable {
     const char* name;
@@ -56,6 +82,7 @@ struct VariantTable {
     void (*spanBasis)(const float* knots, unsigned knotCount, const float* params, int32_t count,
                       int32_t* spans, float* basis);
     void (*deformTile)(const TileJob& job);
+    void (*nearestTile)(const NearestJob& job);
 };
 
 namespace sse2 {
