@@ -30,6 +30,7 @@ void checkOptions(const DeformJob& job) {
         refuse("nothing to do: give -o FILE, --picture FILE, --capture FILE or --baseline");
     checkOutputNames(job.outputs);
     checkFilesApart(job.character, job.outputs, job.picture, job.capture);
+    checkPictureName(job.picture);
     if (!(job.fps > 0.0) || !std::isfinite(job.fps)) refuse("--fps must be a positive number");
     if (job.view != "front" && job.view != "three-quarter")
         refuse("--view " + job.view + ": front or three-quarter expected");

@@ -136,6 +136,12 @@ void checkOutputNames(const std::vector<std::string>& paths) {
     }
 }
 
+void checkPictureName(const std::string& path) {
+    if (!path.empty() && extensionOf(path) != ".png")
+        throw HostError(ExitCode::kUsage,
+                        "--picture " + path + ": pictures are PNG files; use the extension .png");
+}
+
 void checkFilesApart(const std::string& character, const std::vector<std::string>& outputs,
                      const std::string& picture, const std::string& capture) {
     namespace fs = std::filesystem;

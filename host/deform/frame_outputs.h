@@ -19,6 +19,9 @@ std::vector<OutputMesh> outputMeshes(const Character& character);
 /// named twice. Cheap; to be called before anything is read.
 void checkOutputNames(const std::vector<std::string>& paths);
 
+/// Refuses a picture that is not named .png; an empty name is none at all.
+void checkPictureName(const std::string& path);
+
 /// Refuses two names for one file, however they are spelled: of two outputs one would be lost, and an output
 /// over the character would destroy it. HostError kUsage. Picture and capture may be empty.
 void checkFilesApart(const std::string& character, const std::vector<std::string>& outputs,

@@ -89,20 +89,22 @@ AtomicFile::AtomicFile(std::string path) : path_(std::move(path)), target_(path_
     }
     const fs::path folder = fs::path(target_).parent_path();
     // "x" never opens what is there already; a leftover of another process only costs a number.
-    for (int attempt = 0; attempt < 100 && !file_; ++attempt) {
+    for (int attempt = 0;; ++attempt) {
         const std::string name = ".grhost-" + std::to_string(processId()) + "-" +
                                  std::to_string(temporaryCounter.fetch_add(1)) + ".tmp";
         temporary_ = (folder / name).string();
+        // Listed before it is there: a signal right after the file appears must find its name.
+        listed_ = listTemporary(temporary_);
         errno = 0;
         file_ = std::fopen(temporary_.c_str(), "wbx");
-        if (!file_ && errno != EEXIST) break;
-    }
-    if (!file_) {
+        if (file_) return;
         const int systemError = errno;
+        unlistTemporary(listed_);
+        listed_ = -1;
+        if (systemError == EEXIST && attempt < 100) continue;
         temporary_.clear(); // not ours
         fail(systemError);
     }
-    listed_ = listTemporary(temporary_);
 }
 
 AtomicFile::~AtomicFile() {

@@ -80,6 +80,7 @@ TEST_F(CommandLine, WrongUsageEndsWithTwo) {
 }
 
 TEST_F(CommandLine, OutputsAreKnownByTheirExtension) {
+    expectRefused(2, {"--picture", "o.jpg", ".png"}, {"deform", "a.glb", "--picture", path("o.jpg")});
     expectRefused(2, {path("folder/"), "folder", ".pc2"}, {"deform", "a.glb", "-o", path("folder/")});
     expectRefused(2, {path("o.abc"), ".abc", ".glb"}, {"deform", "a.glb", "-o", path("o.abc")});
     expectRefused(2, {path("o.pc2"), "twice"}, {"deform", "a.glb", "-o", path("o.pc2"), path("o.pc2")});

@@ -3,6 +3,7 @@
 // clear line for whatever goes wrong, and the unit of length that the format states.
 #include "host/character/reading/gltf_source.h"
 #include "host/character/reading/parts.h"
+#include "host/character/reading/rehearsal.h"
 
 #include <assimp/Importer.hpp>
 #include <assimp/config.h>
@@ -14,6 +15,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <optional>
 
 namespace talvisora::host::reading {
@@ -45,6 +47,18 @@ std::string oneLine(std::string text) {
     return text.empty() ? "unknown reason" : text;
 }
 
+/// The importer can crash on a damaged file. It is tried out in a child process, with settings like our own.
+void rehearseImport(const std::string& path, const std::function<const aiScene*()>& import) {
+    switch (rehearse([&] { import(); })) {
+    case Rehearsal::kPassed:
+        return;
+    case Rehearsal::kCrashed:
+        refuse(path, "it is damaged (the importer crashes on it); export it again");
+    case Rehearsal::kStuck:
+        refuse(path, "reading it takes over a minute or too much memory; simplify it or export it as .glb");
+    }
+}
+
 double columnLength(const aiMatrix4x4& m) {
     return std::sqrt(double(m.a1) * m.a1 + double(m.b1) * m.b1 + double(m.c1) * m.c1);
 }
@@ -74,10 +88,10 @@ SceneFile::SceneFile(const std::string& path) : held_(new Held) {
             GltfSource source = readGltfSource(path, extension == ".glb");
             warnings = std::move(source.warnings);
             importer.SetIOHandler(makeSourceSystem(path, std::move(source.bytes))); // the importer owns it
-            held_->scene = importer.ReadFile(path, aiProcess_Triangulate);
-        } else {
-            held_->scene = importer.ReadFile(path, aiProcess_Triangulate);
         }
+        const auto import = [&] { return importer.ReadFile(path, aiProcess_Triangulate); };
+        rehearseImport(path, import);
+        held_->scene = import();
     } catch (const HostError&) {
         throw;
     } catch (const std::exception& failure) {
