@@ -341,6 +341,28 @@ TEST_P(DeformRules, NumbersThatAreNoneStayWithTheirPoints) {
     }
 }
 
+TEST_P(DeformRules, APointThatTheGeometryMatrixSendsToInfinityTakesNoOtherAlong) {
+    RandomRig rig = makeRandomRig(options(12));
+    rig.geoMatrix.m[3] = 1.0; // w = x + 1, so w is 0 on the plane x = -1
+    rig.geoMatrix.m[7] = rig.geoMatrix.m[11] = 0.0;
+    rig.geoMatrix.m[15] = 1.0;
+    rig.pointWeights.assign(rig.pointWeights.size(), 1.0f);
+    rig.blockWeights.assign(rig.blockWeights.size(), 1.0f);
+    rig.updateOrders();
+    for (Vec3d& p : rig.restPoints) p.x = std::fabs(p.x);
+    const auto before = deformed(rig);
+    rig.restPoints[5] = {-1.0, 2.0, 3.0};
+    const auto after = deformed(rig);
+    for (std::size_t i = 0; i < after.size(); ++i) {
+        if (i == 5) {
+            EXPECT_FALSE(isFinite(after[i]));
+        } else {
+            EXPECT_TRUE(sameBits(after[i], before[i])) << i;
+            EXPECT_TRUE(isFinite(after[i])) << i;
+        }
+    }
+}
+
 TEST_P(DeformRules, MatricesFullOfNoNumbersNeitherCrashNorReachOtherBlocks) {
     RigOptions o = options(16);
     o.blockCount = 2;
