@@ -7,6 +7,7 @@
 #include <maya/MGlobal.h>
 #include <maya/MString.h>
 
+#include <atomic>
 #include <cstdio>
 #include <mutex>
 #include <thread>
@@ -23,8 +24,7 @@ struct MessageLog {
 
 struct ThreadCheck {
     std::mutex mutex;
-    bool started = false;
-    std::thread::id owner;
+    std::atomic<std::thread::id> owner{std::thread::id()}; // no thread's id before the first call
     unsigned long long foreignCalls = 0;
     const char* firstForeign = "";
 };
@@ -110,20 +110,20 @@ void setMessageListener(std::function<void(const Message&)> listener) {
 
 void noteApiCall(const char* call) {
     ThreadCheck& check = threadCheck();
-    std::lock_guard<std::mutex> lock(check.mutex);
     const std::thread::id caller = std::this_thread::get_id();
-    if (!check.started) {
-        check.started = true;
+    if (check.owner.load(std::memory_order_relaxed) == caller) return; // once per point in some commands
+    std::lock_guard<std::mutex> lock(check.mutex);
+    if (check.owner == std::thread::id()) {
         check.owner = caller;
-    } else if (check.owner != caller) {
-        if (check.foreignCalls++ == 0) check.firstForeign = call;
+    } else if (check.foreignCalls++ == 0) {
+        check.firstForeign = call;
     }
 }
 
 void resetThreadCheck() {
     ThreadCheck& check = threadCheck();
     std::lock_guard<std::mutex> lock(check.mutex);
-    check.started = false;
+    check.owner = std::thread::id();
     check.foreignCalls = 0;
     check.firstForeign = "";
 }
