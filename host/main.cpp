@@ -52,6 +52,31 @@ void addInfo(CLI::App& app, InfoVerb& verb) {
     app.add_flag("--json", verb.json, "print one JSON object");
 }
 
+void addBind(CLI::App& app, BindJob& job, std::string& weights, std::string& params, bool& json) {
+    app.add_option("character", job.character, "character file: glTF 2.0, FBX, COLLADA or X")
+        ->required()
+        ->type_name("CHARACTER");
+    app.add_option("-o,--output", job.output, "the rig file to write")
+        ->required()
+        ->type_name("FILE.rig.json");
+    app.add_option("--weights", weights, "block weights: skin (the file's own) or distance (the mesh alone)")
+        ->check(CLI::IsMember({"skin", "distance"}));
+    app.add_option("--params", params, "curve parameters: bone (per weighted bone) or nearest")
+        ->check(CLI::IsMember({"bone", "nearest"}));
+    app.add_option("--smooth", job.smooth, "passes of smoothing over the weights")
+        ->check(CLI::Range(0, kMaxInt))
+        ->type_name("N");
+    app.add_option("--blocks", job.blocks.chains,
+                   "chains chosen by hand: NAME=FIRST..LAST,… or @FILE; default: found in the skeleton")
+        ->type_name("CHAINS");
+    app.add_flag("--simple", job.blocks.simple, "one control point per joint, for cords and tails");
+    addUnits(app, job.units);
+    app.add_option("--up", job.up, "the file's upward axis: y or z");
+    app.add_flag("--json", json, "print one JSON report on standard output");
+    app.add_flag("--quiet", job.quiet, "no table, no notes");
+    addModuleOptions(app, job.module, job.variant, job.threads);
+}
+
 void addDeform(CLI::App& app, DeformJob& job, std::string& params, int& tangentTurn, bool& json) {
     app.add_option("character", job.character, "character file: glTF 2.0, FBX, COLLADA or X")
         ->required()
@@ -71,9 +96,15 @@ void addDeform(CLI::App& app, DeformJob& job, std::string& params, int& tangentT
                  "compare with linear-blend skinning, in figures and in the picture");
     addUnits(app, job.units);
     app.add_option("--fps", job.fps, "frame f lies at (f - 1) / fps seconds");
+    CLI::Option* rig = app.add_option("--rig", job.rig, "use this rig file; default: make a rig up")
+                           ->type_name("FILE.rig.json");
+    app.add_flag("--keep-unknown", job.keepUnknown, "take rig files with keys that are not known")
+        ->needs(rig);
     app.add_option("--params", params, "curve parameters: bone (per weighted bone) or nearest")
-        ->check(CLI::IsMember({"bone", "nearest"}));
-    app.add_flag("--simple", job.blocks.simple, "one control point per joint, for cords and tails");
+        ->check(CLI::IsMember({"bone", "nearest"}))
+        ->excludes(rig);
+    app.add_flag("--simple", job.blocks.simple, "one control point per joint, for cords and tails")
+        ->excludes(rig);
     app.add_option("--tangent-turn", tangentTurn, "0: leave the run setting TANGENT_TURN out")
         ->check(CLI::IsMember({0, 1}));
     app.add_option("--capture", job.capture, "write one evaluation as a capture")->type_name("FILE.json");
@@ -97,15 +128,20 @@ ExitCode run(int argc, char** argv) {
     bool json = false;
     CLI::App& replayApp = *app.add_subcommand("replay", "replay a capture and print what came back");
     CLI::App& infoApp = *app.add_subcommand("info", "tell what is in a module or in a character");
+    BindJob bindJob;
+    std::string bindWeights = "skin", bindParams = "bone";
+    bool bindJson = false;
+    CLI::App& bindApp = *app.add_subcommand("bind", "write the rig of a character as a file");
     CLI::App& deformApp = *app.add_subcommand("deform", "deform a skinned, animated character");
+    addBind(bindApp, bindJob, bindWeights, bindParams, bindJson);
     addReplay(replayApp, replayVerb);
     addInfo(infoApp, infoVerb);
     addDeform(deformApp, job, params, tangentTurn, json);
 
     const std::string verb = argc > 1 ? argv[1] : "--help";
-    if (verb[0] != '-' && verb != "replay" && verb != "info" && verb != "deform")
+    if (verb[0] != '-' && verb != "replay" && verb != "info" && verb != "bind" && verb != "deform")
         throw HostError(ExitCode::kUsage,
-                        "unknown verb '" + verb + "': replay, info or deform expected; see --help");
+                        "unknown verb '" + verb + "': replay, info, bind or deform expected; see --help");
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& success) { // --help, --version
@@ -116,6 +152,11 @@ ExitCode run(int argc, char** argv) {
     }
     if (replayApp.parsed()) return runReplayVerb(replayVerb);
     if (infoApp.parsed()) return runInfoVerb(infoVerb);
+    if (bindApp.parsed()) {
+        bindJob.weights = bindWeights == "distance" ? BindWeights::kDistance : BindWeights::kSkin;
+        bindJob.blocks.params = bindParams == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;
+        return runBindVerb(bindJob, bindJson);
+    }
     job.blocks.params = params == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;
     job.tangentTurn = tangentTurn != 0;
     return runDeformVerb(job, json);

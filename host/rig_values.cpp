@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/rig_values.h"
 
+#include "host/rig_file/rig_file.h"
+
 #include <numeric>
 
 namespace talvisora::host {
@@ -34,15 +36,36 @@ std::shared_ptr<Class> dense(std::vector<Value> values) {
     return data;
 }
 
+std::shared_ptr<GrString> bendValues(const RigBlock& block) {
+    auto data = std::make_shared<GrString>();
+    for (const RigBend& bend : block.bends) {
+        data->indices.push_back(bend.segment);
+        data->values.push_back(bend.control);
+    }
+    return data;
+}
+
+std::shared_ptr<GrCompound> tweakValues(const RigBlock& block) {
+    auto data = std::make_shared<GrCompound>();
+    for (const RigTweak& tweak : block.tweaks) {
+        ValueMap amounts;
+        for (std::size_t t = 0; t < kRigTweakCount; ++t)
+            amounts[longName(kRigTweakNames[t])] = scalar<GrFloat>(tweak.amounts[t]);
+        data->indices.push_back(tweak.centre);
+        data->values.push_back(std::move(amounts));
+    }
+    return data;
+}
+
 ValueMap blockValues(const RigBlock& block) {
     return {{longName("name"), makeText(block.name)},
-            {longName("env"), scalar<GrFloat>(1.0f)},
+            {longName("env"), scalar<GrFloat>(block.env)},
             {longName("joints"), dense<GrString>(block.joints)},
             {longName("params"), dense<GrFloat>(block.params)},
             {longName("blockWeights"), dense<GrFloat>(block.weights)},
             {longName("simple"), scalar<GrBoolean>(block.simple)},
-            {longName("bends"), std::make_shared<GrString>()},
-            {longName("tweaks"), std::make_shared<GrCompound>()}};
+            {longName("bends"), bendValues(block)},
+            {longName("tweaks"), tweakValues(block)}};
 }
 
 std::shared_ptr<CapturedHierarchy> jointTable(const AutoRig& rig) {
@@ -65,10 +88,10 @@ void fillSession(Session& session, const Character& character, const AutoRig& ri
 
     values[longName("hier_name")] = makeText(kHierarchyName);
     values[longName("geoMatrix")] = std::make_shared<GrMatrix>();
-    for (const char* map :
-         {"tempWeights", "collisionTweakWeights", "bulgeTweakWeights", "centerInTweakWeights",
-          "centerOutTweakWeights", "slideInTweakWeights", "slideOutTweakWeights"})
-        values[longName(map)] = std::make_shared<GrFloat>(); // no element: 1 everywhere
+    // A map without elements is 1 everywhere.
+    values[longName("tempWeights")] = std::make_shared<GrFloat>();
+    for (std::size_t m = 0; m < kRigMapCount; ++m)
+        values[longName(kRigMapNames[m])] = dense<GrFloat>(rig.weightMaps[m]);
 
     auto blocks = std::make_shared<GrCompound>();
     for (const RigBlock& block : rig.blocks) {

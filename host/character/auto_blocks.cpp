@@ -2,6 +2,7 @@
 // The automatic rig as a page of sentences: chains, ends, frames as records, seeds.
 #include "host/character/auto_blocks.h"
 #include "host/character/rigging/chain_frames.h"
+#include "host/character/rigging/chain_spec.h"
 #include "host/character/rigging/seeds.h"
 
 #include <algorithm>
@@ -36,6 +37,7 @@ void addJointRecords(const Character& character, Names& names, AutoRig& rig) {
     for (const Joint& joint : character.joints) {
         RigRecord record;
         record.name = names.unique(joint.name);
+        record.joint = static_cast<int>(rig.records.size());
         const Joint* parent =
             joint.parent < 0 ? nullptr : &character.joints[static_cast<std::size_t>(joint.parent)];
         if (parent) record.parent = rig.records[static_cast<std::size_t>(joint.parent)].name;
@@ -77,7 +79,7 @@ RigBlock addBlockRecords(const Character& character, const PlannedBlock& planned
     const std::vector<Matrix44d> frames =
         rigging::chainFrames(planned.positions, character.joints[jointAt(0)].restWorld);
     RigBlock block;
-    block.name = character.joints[jointAt(chain.firstOwned)].name;
+    block.name = chain.name.empty() ? character.joints[jointAt(chain.firstOwned)].name : chain.name;
     block.simple = planned.simple;
     block.virtualEnd = chain.needsEnd;
     for (std::size_t r = 0; r < frames.size(); ++r) {
@@ -96,8 +98,10 @@ RigBlock addBlockRecords(const Character& character, const PlannedBlock& planned
 
 AutoRig buildAutoRig(const Character& character, const AutoBlockOptions& options) {
     AutoRig rig;
-    rigging::ChainPlan plan =
-        rigging::planChains(character, options.simple ? kSimpleRecordLimit : kRecordLimit);
+    const std::size_t limit = options.simple ? kSimpleRecordLimit : kRecordLimit;
+    rigging::ChainPlan plan = options.chains.empty()
+                                  ? rigging::planChains(character, limit)
+                                  : rigging::planChosenChains(character, options.chains, limit);
     rig.notes = std::move(plan.notes);
     Names names;
     addJointRecords(character, names, rig);
@@ -130,7 +134,8 @@ AutoRig buildAutoRig(const Character& character, const AutoBlockOptions& options
 }
 
 void applyPose(AutoRig& rig, const Pose& pose) {
-    for (std::size_t j = 0; j < rig.jointCount; ++j) rig.records[j].local = pose.local[j];
+    for (RigRecord& record : rig.records)
+        if (record.joint >= 0) record.local = pose.local[static_cast<std::size_t>(record.joint)];
 }
 
 double AutoRig::blocksPerPoint() const {

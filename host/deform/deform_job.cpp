@@ -7,6 +7,7 @@
 #include "host/deform/frame_outputs.h"
 #include "host/deform/frame_sheet.h"
 #include "host/progress.h"
+#include "host/rig_file/rig_fit.h"
 #include "host/rig_values.h"
 
 #include <algorithm>
@@ -29,12 +30,12 @@ void checkOptions(const DeformJob& job) {
     if (job.outputs.empty() && job.picture.empty() && job.capture.empty() && !job.baseline)
         refuse("nothing to do: give -o FILE, --picture FILE, --capture FILE or --baseline");
     checkOutputNames(job.outputs);
-    checkFilesApart(job.character, job.outputs, job.picture, job.capture);
+    checkFilesApart(job.character, job.outputs, job.picture, job.capture, job.rig);
     checkPictureName(job.picture);
     if (!(job.fps > 0.0) || !std::isfinite(job.fps)) refuse("--fps must be a positive number");
     if (job.view != "front" && job.view != "three-quarter")
         refuse("--view " + job.view + ": front or three-quarter expected");
-    if (job.up != "y" && job.up != "z") refuse("--up " + job.up + ": y or z expected");
+    if (!job.up.empty() && job.up != "y" && job.up != "z") refuse("--up " + job.up + ": y or z expected");
     if (!job.pictureFrames.empty() && job.picture.empty()) refuse("--picture-frames needs --picture FILE");
     if (job.captureFrame != 0 && job.capture.empty()) refuse("--capture-frame needs --capture FILE");
 }
@@ -138,7 +139,13 @@ DeformReport runDeformJob(const DeformJob& job) {
     checkOptions(job);
     chooseVariant(job.variant);
 
-    const Character character = readCharacter(job.character, {job.units});
+    std::optional<RigFile> rigFile;
+    if (!job.rig.empty()) rigFile = readRigFile(job.rig, {job.keepUnknown, nullptr});
+    // The rig file remembers how the character was read; what the user says comes first.
+    const FileUnit units = rigFile && job.units == FileUnit::kFromFile ? unitsOf(*rigFile) : job.units;
+    const bool zUp = (job.up.empty() && rigFile ? rigFile->upAxis : job.up) == "z";
+
+    const Character character = readCharacter(job.character, {units});
     const Clip& clip = character.clips[findClip(character, job.clip)];
     const int last = lastFrame(clip, job.fps);
     const bool wholeRun = !job.outputs.empty() || job.baseline || !job.frames.empty();
@@ -160,7 +167,7 @@ DeformReport runDeformJob(const DeformJob& job) {
     DeformReport report;
     report.character = job.character;
     report.clip = clip.name;
-    AutoRig rig = buildAutoRig(character, job.blocks);
+    AutoRig rig = rigFile ? fitRig(*rigFile, character) : buildAutoRig(character, job.blocks);
     describeRig(character, rig, report);
     const Module module(job.module);
     Stage stage(job, character, clip, rig, module);
@@ -183,7 +190,7 @@ DeformReport runDeformJob(const DeformJob& job) {
     context.frames = clipFrames;
     context.fps = job.fps;
     context.clipName = clip.name;
-    context.zUp = job.up == "z";
+    context.zUp = zUp;
     std::vector<std::unique_ptr<FrameOutput>> outputs;
     for (const std::string& path : job.outputs) outputs.push_back(openOutput(path, context));
     if (!job.picture.empty()) checkWritable(job.picture);
@@ -218,7 +225,7 @@ DeformReport runDeformJob(const DeformJob& job) {
     }
     if (!job.picture.empty()) {
         SheetOptions options;
-        const Vec3d up = job.up == "z" ? Vec3d{0.0, 0.0, 1.0} : Vec3d{0.0, 1.0, 0.0};
+        const Vec3d up = zUp ? Vec3d{0.0, 0.0, 1.0} : Vec3d{0.0, 1.0, 0.0};
         options.view = job.view == "front" ? frontView(up) : threeQuarterView(up);
         std::vector<SheetFrame> sheet;
         for (const int frame : pictureFrames) sheet.push_back(shown[frame]);

@@ -20,11 +20,13 @@ struct DeformJob {
     std::string picture;                ///< .png; empty: none
     std::string pictureFrames;          ///< empty: four spread over the frames
     std::string view = "three-quarter"; ///< or "front"
-    std::string up = "y";               ///< the file's upward axis: "y" or "z"
+    std::string up;                     ///< the file's upward axis, "y" or "z"; empty: the rig file's, or y
     bool baseline = false;              ///< measure (and draw) against linear blending
     FileUnit units = FileUnit::kFromFile;
     double fps = 24.0;
-    AutoBlockOptions blocks;
+    AutoBlockOptions blocks;  ///< of the rig that is made up; without effect when there is a rig file
+    std::string rig;          ///< path of a rig file; empty: a rig is made up
+    bool keepUnknown = false; ///< take a rig file with keys that are not known
     bool tangentTurn = true;
     std::string capture;  ///< path; empty: none
     int captureFrame = 0; ///< 0: the first frame

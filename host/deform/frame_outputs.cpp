@@ -143,12 +143,13 @@ void checkPictureName(const std::string& path) {
 }
 
 void checkFilesApart(const std::string& character, const std::vector<std::string>& outputs,
-                     const std::string& picture, const std::string& capture) {
+                     const std::string& picture, const std::string& capture, const std::string& rig) {
     namespace fs = std::filesystem;
     struct Named {
         std::string option, path;
     };
     std::vector<Named> files = {{"the character", character}};
+    if (!rig.empty()) files.push_back({"--rig", rig});
     for (const std::string& path : outputs) files.push_back({"-o", path});
     if (!picture.empty()) files.push_back({"--picture", picture});
     if (!capture.empty()) files.push_back({"--capture", capture});

@@ -23,9 +23,9 @@ void checkOutputNames(const std::vector<std::string>& paths);
 void checkPictureName(const std::string& path);
 
 /// Refuses two names for one file, however they are spelled: of two outputs one would be lost, and an output
-/// over the character would destroy it. HostError kUsage. Picture and capture may be empty.
+/// over the character or the rig file would destroy it. HostError kUsage. All but the character may be empty.
 void checkFilesApart(const std::string& character, const std::vector<std::string>& outputs,
-                     const std::string& picture, const std::string& capture);
+                     const std::string& picture, const std::string& capture, const std::string& rig = {});
 
 /// Opens and drops a temporary beside the file: HostError kOutput when nothing can be written there.
 void checkWritable(const std::string& path);

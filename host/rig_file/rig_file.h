@@ -93,7 +93,7 @@ struct RigFileBlock {
 struct RigFile {
     std::string path; ///< where it was read from; for errors, and for relative paths
     RigFileUnits units;
-    std::string upAxis = "y"; ///< "x", "y" or "z"
+    std::string upAxis = "y"; ///< "y" or "z"
     RigFileMesh mesh;
     std::vector<RigFileRecord> hierarchy;
     std::vector<RigFileBlock> blocks; ///< in the order in which they act
@@ -134,6 +134,9 @@ struct RigReadOptions {
 /// ranges, finite numbers; what comes back can be used without further tests. It is not compared with a
 /// character, see fitRig(). HostError kInput: "PATH: POINTER: what is wrong".
 RigFile readRigFile(const std::string& path, const RigReadOptions& options = {});
+
+/// Refuses a path that does not end in .json: HostError kUsage. For options, before the work starts.
+void checkRigPath(const std::string& path);
 
 struct RigWriteOptions {
     std::size_t inlineValues = 256; ///< longer lists of numbers go into an .npy file

@@ -3,6 +3,7 @@
 // to standard error; failures are HostError.
 #pragma once
 
+#include "host/bind/bind_job.h"
 #include "host/deform/deform_job.h"
 
 #include <string>
@@ -33,6 +34,10 @@ ExitCode runInfoVerb(const InfoVerb& verb);
 
 /// Deforms, then prints a summary, or with `json` one report object.
 ExitCode runDeformVerb(const DeformJob& job, bool json);
+
+/// Writes a rig file, then prints the table of its blocks, or with `json` one report object. The chains of
+/// `job.blocks` may be "@FILE": they are read from there.
+ExitCode runBindVerb(BindJob job, bool json);
 
 /// Writes to standard output and makes sure that it arrived. Throws HostError kOutput.
 void printOut(const std::string& text);

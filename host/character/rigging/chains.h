@@ -12,6 +12,7 @@
 namespace talvisora::host::rigging {
 
 struct Chain {
+    std::string name;           ///< of the block; empty: the name of the first joint that it owns
     std::vector<int> joints;    ///< indices into Character::joints, in chain order
     std::size_t firstOwned = 0; ///< 1 when the chain starts with the branching joint that another chain owns
     bool sharedLast = false;    ///< the last joint belongs to the piece that goes on from it

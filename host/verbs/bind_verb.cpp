@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/capture/json_writer.h"
+#include "host/rig_file/npy.h"
+#include "host/verbs/verbs.h"
+
+#include <cstdio>
+
+namespace talvisora::host {
+
+namespace {
+
+std::string reportJson(const BindReport& report) {
+    JsonWriter json(2);
+    json.beginObject();
+    json.key("format").value("talvisora-bind");
+    json.key("character").value(report.character);
+    json.key("output").value(report.output);
+    json.key("points").value(std::uint64_t(report.points));
+    json.key("leftBehind").value(std::uint64_t(report.leftBehind));
+    json.key("blocksPerPoint").value(report.blocksPerPoint);
+    json.key("blocks").beginArray();
+    for (const BlockLine& block : report.blocks) {
+        json.beginObject();
+        json.key("name").value(block.name);
+        json.key("firstJoint").value(block.firstJoint).key("lastJoint").value(block.lastJoint);
+        json.key("records").value(std::uint64_t(block.records)).key("end").value(block.end);
+        json.key("simple").value(block.simple).key("points").value(std::uint64_t(block.points));
+        json.key("meanWeight").value(block.meanWeight);
+        json.endObject();
+    }
+    json.endArray();
+    json.key("notes").value(report.notes);
+    return json.endObject().text() + "\n";
+}
+
+std::string summary(const BindReport& report) {
+    std::string text = blockTable(report.blocks);
+    if (report.leftBehind > 0)
+        text += std::to_string(report.leftBehind) + " of " + std::to_string(report.points) +
+                " points are left behind in part: no block takes all of them\n";
+    return text + "wrote " + report.output + ": " + std::to_string(report.blocks.size()) + " blocks over " +
+           std::to_string(report.points) + " points\n";
+}
+
+// "@FILE": the chains stand in a file.
+std::string chainsOf(const std::string& text) {
+    if (text.empty() || text[0] != '@') return text;
+    try {
+        return readRegularFile(text.substr(1));
+    } catch (const HostError& error) {
+        throw HostError(error.code, "--blocks: cannot use '" + text.substr(1) + "': " + error.what());
+    }
+}
+
+} // namespace
+
+ExitCode runBindVerb(BindJob job, bool json) {
+    job.blocks.chains = chainsOf(job.blocks.chains);
+    const BindReport report = runBindJob(job);
+    if (!job.quiet)
+        for (const std::string& note : report.notes) std::fprintf(stderr, "note: %s\n", note.c_str());
+    if (json) {
+        if (!job.quiet) std::fputs(summary(report).c_str(), stderr);
+        printOut(reportJson(report));
+    } else if (!job.quiet) {
+        printOut(summary(report));
+    }
+    return ExitCode::kDone;
+}
+
+} // namespace talvisora::host
