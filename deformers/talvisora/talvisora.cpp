@@ -32,6 +32,14 @@ TALVISORA_EXPORT int checkFloatingPoints(ValueMap& arguments) {
     return runCommand(arguments, checkFloatingPointsBody);
 }
 
+TALVISORA_EXPORT int resetParams(ValueMap& arguments) {
+    return runCommand(arguments, resetParamsBody);
+}
+
+TALVISORA_EXPORT int resetWeights(ValueMap& arguments) {
+    return runCommand(arguments, resetWeightsBody);
+}
+
 void MyNode::declareAttributes(std::vector<AttributeDescriptor>& attributes) {
     guarded(*this, [&] {
         appendSchema(attributes);

@@ -17,4 +17,12 @@ std::vector<std::int32_t> underWeightedPoints(const std::vector<float>& weights,
 /// Lists the points that the blocks of the last evaluation leave behind, as a GrInt under "OUTPUT".
 int checkFloatingPointsBody(const CommandContext& context);
 
+/// Gives every point of a block the parameter of the nearest of 300 points on the block's guide curve,
+/// smooths over the mesh's edges, and writes the values to the Maya node.
+int resetParamsBody(const CommandContext& context);
+
+/// Gives every point of a block weight 1 when it lies within the mesh's own thickness round the guide curve,
+/// times a factor, and nothing of the mesh stands between; else 0. Smooths and writes like the other.
+int resetWeightsBody(const CommandContext& context);
+
 } // namespace talvisora

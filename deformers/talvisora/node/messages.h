@@ -22,6 +22,8 @@ struct SetupLines {
 };
 inline constexpr SetupLines kCpuSetupLines{1117, 1127, 1156, 1253};
 inline constexpr SetupLines kGpuSetupLines{1725, 1735, 1764, 1861};
+/// The commands check names and their number only.
+inline constexpr SetupLines kCommandLines{512, 513, 0, 0};
 
 /// Lines of the checks outside the set-up.
 namespace line {
@@ -31,6 +33,10 @@ inline constexpr int kSoaPointsInvalid = 412;
 inline constexpr int kNoBlocks = 421;
 inline constexpr int kParamsCount = 431;
 inline constexpr int kNoCachedBlocks = 501;
+inline constexpr int kNoSuchBlock = 511;
+inline constexpr int kNoMesh = 514;
+inline constexpr int kMeshPointCount = 515;
+inline constexpr int kNoPlug = 521;
 } // namespace line
 
 inline Fault tooFewJoints(const SetupLines& lines, int b) {
@@ -61,6 +67,27 @@ inline Fault soaPointsInvalid(const std::string& key) {
 }
 inline Fault noCachedBlocks() {
     return assertion(line::kNoCachedBlocks, "bsize is 0");
+}
+inline Fault noSuchBlock(int b) {
+    return assertion(line::kNoSuchBlock, "block[" + std::to_string(b) + "] doesn't exist");
+}
+inline Fault noMesh() {
+    return assertion(line::kNoMesh, "mesh is NULL");
+}
+inline Fault meshPointCountDiffers() {
+    return assertion(line::kMeshPointCount, "meshPoints.length() != NUM_ELEMENTS");
+}
+/// `child` is the attribute that was to be written: "params" or "blockWeights".
+inline Fault noPlug(const std::string& child) {
+    return assertion(line::kNoPlug, child + " plug is NULL");
+}
+
+/// What the commands tell before they look at the rig.
+inline std::string resetParamsProgress(int b) {
+    return "Reset params for block[" + std::to_string(b) + "]";
+}
+inline std::string resetWeightsProgress(int b) {
+    return "Reset weights for block[" + std::to_string(b) + "]";
 }
 
 } // namespace talvisora
