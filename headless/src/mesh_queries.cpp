@@ -55,27 +55,32 @@ void nearestOnSegment(Candidate& best, const Vec3d& a, const Vec3d& b, const Vec
         keepNearer(best, {b[0] - (1 - s) * ab[0], b[1] - (1 - s) * ab[1], b[2] - (1 - s) * ab[2]}, p);
 }
 
-// A point of the triangle in any case; for slivers, whose plane is uncertain, the sides are looked at too.
-Candidate nearestOnTriangle(const Vec3d& a, const Vec3d& b, const Vec3d& c, const Vec3d& p) {
-    Candidate best{a, std::numeric_limits<double>::infinity()};
+// Lowers `best` to the nearest point of the triangle if that is nearer. From outside, the nearest point lies
+// on a side that the point is beyond; for slivers, whose plane is uncertain, all sides are looked at.
+void nearestOnTriangle(Candidate& best, const Vec3d& a, const Vec3d& b, const Vec3d& c, const Vec3d& p) {
     const Vec3d ab = minus(b, a), ac = minus(c, a), ap = minus(p, a);
     const Vec3d normal = cross(ab, ac);
     const double area = dot(normal, normal);
+    const bool sliver = !(area > 1e-12 * dot(ab, ab) * dot(ac, ac));
+    double u = -1.0, v = -1.0, w = -1.0;
     if (area > 0.0) {
-        const double v = dot(cross(ap, ac), normal) / area;
-        const double w = dot(cross(ab, ap), normal) / area;
-        if (v >= 0.0 && w >= 0.0 && v + w <= 1.0) {
+        const double height = dot(ap, normal);
+        if (!sliver && height * height > best.squared * area * (1.0 + 1e-9)) return; // the plane is too far
+        v = dot(cross(ap, ac), normal);
+        w = dot(cross(ab, ap), normal);
+        u = area - v - w;
+        if (u >= 0.0 && v >= 0.0 && w >= 0.0) {
+            const double s = v / area, t = w / area;
             keepNearer(
                 best,
-                {a[0] + v * ab[0] + w * ac[0], a[1] + v * ab[1] + w * ac[1], a[2] + v * ab[2] + w * ac[2]},
+                {a[0] + s * ab[0] + t * ac[0], a[1] + s * ab[1] + t * ac[1], a[2] + s * ab[2] + t * ac[2]},
                 p);
-            if (area > 1e-12 * dot(ab, ab) * dot(ac, ac)) return best;
+            if (!sliver) return;
         }
     }
-    nearestOnSegment(best, a, b, p);
-    nearestOnSegment(best, b, c, p);
-    nearestOnSegment(best, c, a, p);
-    return best;
+    if (sliver || w < 0.0) nearestOnSegment(best, a, b, p);
+    if (sliver || u < 0.0) nearestOnSegment(best, b, c, p);
+    if (sliver || v < 0.0) nearestOnSegment(best, c, a, p);
 }
 
 // Exact sign of a·d − b·c: rounding is monotone, so unequal rounded products decide; equal ones leave it to
@@ -343,9 +348,9 @@ NearestPoint MeshQueries::closestPoint(const Vec3d& point) const {
         }
         for (unsigned int i = node.start; i < node.start + node.count; ++i) {
             const Corners& triangle = corners[i];
-            const Candidate candidate = nearestOnTriangle(triangle.a, triangle.b, triangle.c, point);
-            if (!(candidate.squared < best.squared)) continue;
-            best = candidate;
+            const double before = best.squared;
+            nearestOnTriangle(best, triangle.a, triangle.b, triangle.c, point);
+            if (!(best.squared < before)) continue;
             result.found = true;
             result.face = triangle.face;
             result.indexInFace = triangle.indexInFace;
