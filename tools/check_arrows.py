@@ -41,6 +41,7 @@ INSIDE = {"include/maths", "include", "kernels", "variants", "shared with varian
 for _room in ("tests", "bench"):
     ARROWS[_room] = INSIDE | {"std", "tbb", "maya", "clew", "opencl", "nlohmann", "assimp", "gltf", "stb",
                               "gtest", "rapidcheck", "benchmark", "hermetic"}
+ARROWS["bench"] |= {"nanoflann"}  # a yardstick
 
 # Single files that may include more than their room: the two headers that speak of device objects.
 FILES = {"include/gpu.h": {"clew"}, "include/deform_records.h": {"clew"}}
@@ -57,6 +58,7 @@ LIBRARIES = {  # first folder (or whole name) of an angle include -> family
     "tbb": "tbb", "oneapi": "tbb", "maya": "maya", "clew": "clew", "CL": "opencl", "nlohmann": "nlohmann",
     "CLI": "cli", "assimp": "assimp", "tiny_gltf.h": "gltf", "tinygltf": "gltf", "stb": "stb", "gtest": "gtest",
     "gmock": "gtest", "rapidcheck": "rapidcheck", "rapidcheck.h": "rapidcheck", "benchmark": "benchmark",
+    "nanoflann.hpp": "nanoflann",
 }
 STANDARD = set("""
 algorithm any array atomic bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes climits clocale
