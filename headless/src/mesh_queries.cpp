@@ -12,7 +12,7 @@ namespace {
 
 constexpr double kCoordinateLimit = 1e60; // products of four coordinates stay finite
 constexpr double kBoxPadding = 1e-12;     // far above the rounding of shear and slab test
-constexpr unsigned int kLeafSize = 4;
+constexpr unsigned int kLeafSize = 8;
 constexpr int kBins = 16;
 constexpr int kMedianDepth = 40; // from here on halves by count, so that depth and stack stay bounded
 constexpr int kStackSize = 96;   // kMedianDepth + 32 halvings of less than 2^31 triangles, and some room
