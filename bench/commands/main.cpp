@@ -217,7 +217,7 @@ int main(int argc, char** argv) {
     using namespace talvisora::bench;
     std::vector<std::size_t> sizes{10000, 100000, 1000000};
     int repetitions = 5;
-    for (int i = 1; i < argc; ++i) {
+    for (int i = 1; i < argc; i += 2) {
         const long value = i + 1 < argc ? std::strtol(argv[i + 1], nullptr, 10) : 0;
         if (std::strcmp(argv[i], "--points") == 0 && value >= 100 && value <= 10000000) {
             sizes = {static_cast<std::size_t>(value)};
@@ -228,7 +228,6 @@ int main(int argc, char** argv) {
                                  "TALVISORA_CPU=avx2 (or another variant) lowers the variant.\n");
             return 2;
         }
-        ++i;
     }
     std::printf("variant %s, medians of %d; 1 thread in processor time, all threads in wall time\n",
                 talvisora::activeTable().name, repetitions);
