@@ -2,20 +2,39 @@
 // The look-alike classes offer what Maya's reference lists and convert no more than that. What the type
 // system can tell is asked here; what only a compiler run can tell is in refused_code_test.cpp.
 #include <clew/clew.h>
+#include <maya/MArrayDataBuilder.h>
+#include <maya/MArrayDataHandle.h>
+#include <maya/MDagPath.h>
+#include <maya/MDataHandle.h>
+#include <maya/MFloatArray.h>
+#include <maya/MFloatPoint.h>
+#include <maya/MFloatPointArray.h>
+#include <maya/MFloatVector.h>
 #include <maya/MFn.h>
 #include <maya/MFnBase.h>
 #include <maya/MFnDependencyNode.h>
+#include <maya/MFnMesh.h>
+#include <maya/MFnSingleIndexedComponent.h>
 #include <maya/MGlobal.h>
+#include <maya/MIntArray.h>
+#include <maya/MMatrix.h>
 #include <maya/MObject.h>
 #include <maya/MOpenCLAutoPtr.h>
+#include <maya/MPlug.h>
+#include <maya/MPoint.h>
+#include <maya/MPointArray.h>
+#include <maya/MSelectionList.h>
+#include <maya/MSpace.h>
 #include <maya/MStatus.h>
 #include <maya/MString.h>
 #include <maya/MTypes.h>
+#include <maya/MVector.h>
 
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 namespace {
 
@@ -106,6 +125,56 @@ TEST(Conformance, MessagesTakeAStringAndAnswerNothing) {
     EXPECT_TRUE((std::is_same_v<decltype(&MGlobal::displayWarning), void (*)(const MString&)>));
     EXPECT_TRUE((std::is_same_v<decltype(&MGlobal::displayInfo), void (*)(const MString&)>));
     EXPECT_FALSE((std::is_invocable_v<decltype(&MGlobal::displayError), std::string>));
+}
+
+TEST(Conformance, GeometryValuesConvertAmongThemselvesOnly) {
+    EXPECT_TRUE(
+        (converts<MFloatPoint, MPoint> && converts<MVector, MPoint> && converts<MFloatVector, MPoint>));
+    EXPECT_TRUE((converts<MPoint, MFloatVector> && converts<MFloatPoint, MFloatVector> &&
+                 converts<MVector, MFloatVector>));
+    EXPECT_FALSE((std::is_constructible_v<MPoint, double> || std::is_constructible_v<MVector, double>));
+    EXPECT_FALSE((std::is_constructible_v<double*, MPoint> || std::is_constructible_v<bool, MVector>));
+    EXPECT_TRUE(
+        (std::is_same_v<decltype(MPoint::x), double> && std::is_same_v<decltype(MFloatPoint::w), float>));
+    EXPECT_TRUE((std::is_same_v<decltype(MMatrix::matrix), double[4][4]>));
+    EXPECT_TRUE((std::is_same_v<decltype(std::declval<MPoint>() - std::declval<MPoint>()), MVector>));
+}
+
+TEST(Conformance, ArraysHandOutElementsAsMayaDoes) {
+    EXPECT_TRUE((std::is_same_v<decltype(std::declval<MIntArray&>()[0]), int&>));
+    EXPECT_TRUE((std::is_same_v<decltype(std::declval<const MIntArray&>()[0]), int>));
+    EXPECT_TRUE((std::is_same_v<decltype(std::declval<const MFloatArray&>()[0]), float>));
+    EXPECT_TRUE((std::is_same_v<decltype(std::declval<const MPointArray&>()[0]), const MPoint&>));
+    EXPECT_TRUE((std::is_same_v<decltype(std::declval<const MFloatPointArray&>().length()), unsigned int>));
+    EXPECT_FALSE((std::is_constructible_v<MIntArray, std::vector<int>>));
+    EXPECT_FALSE((std::is_constructible_v<MPointArray, MFloatPointArray>));
+}
+
+TEST(Conformance, SpacesHaveTheirNumbers) {
+    EXPECT_EQ(static_cast<int>(MSpace::kInvalid), 0);
+    EXPECT_EQ(static_cast<int>(MSpace::kPreTransform), 2);
+    EXPECT_EQ(static_cast<int>(MSpace::kObject), 2);
+    EXPECT_EQ(static_cast<int>(MSpace::kWorld), 4);
+    EXPECT_EQ(static_cast<int>(MSpace::kLast), 5);
+}
+
+TEST(Conformance, DataHandlesComeFromNowhereElse) {
+    EXPECT_FALSE(std::is_default_constructible_v<MArrayDataHandle>);
+    EXPECT_FALSE(std::is_default_constructible_v<MArrayDataBuilder>);
+    EXPECT_TRUE((std::is_constructible_v<MArrayDataHandle, const MDataHandle&, MStatus*>));
+    EXPECT_FALSE((converts<MDataHandle, MArrayDataHandle>));
+    EXPECT_FALSE((std::is_constructible_v<MArrayDataBuilder, MArrayDataHandle>));
+    EXPECT_TRUE((std::is_same_v<decltype(std::declval<MDataHandle&>().setFloat(0.0f)), void>));
+}
+
+TEST(Conformance, FunctionSetsStandInTheirFamily) {
+    EXPECT_TRUE((std::is_base_of_v<MFnDagNode, MFnMesh> && std::is_base_of_v<MFnDependencyNode, MFnDagNode>));
+    EXPECT_TRUE((std::is_base_of_v<MFnComponent, MFnSingleIndexedComponent> &&
+                 std::is_base_of_v<MFnBase, MFnComponent>));
+    EXPECT_FALSE((std::is_base_of_v<MFnDependencyNode, MFnComponent>));
+    EXPECT_TRUE(std::has_virtual_destructor_v<MPlug> && std::has_virtual_destructor_v<MDagPath>);
+    EXPECT_TRUE((std::is_constructible_v<MFnMesh, const MDagPath&, MStatus*>));
+    EXPECT_FALSE((std::is_constructible_v<MFnMesh, MString>));
 }
 
 template <typename Handle>

@@ -67,6 +67,68 @@ const Pair kPairs[] = {
      "MAutoCLKernel k; if (k) return;"},
     {"HandleAsRawArgument", "#include <maya/MOpenCLAutoPtr.h>", "MAutoCLMem m; clReleaseMemObject(m.get());",
      "MAutoCLMem m; clReleaseMemObject(m);"},
+    {"PointFromOneNumber", "#include <maya/MPoint.h>", "MPoint p(1.0, 2.0); (void)p;",
+     "MPoint p(1.0); (void)p;"},
+    {"VectorFromOneNumber", "#include <maya/MFloatVector.h>", "MFloatVector v(1.0f, 2.0f); (void)v;",
+     "MFloatVector v(1.0f); (void)v;"},
+    {"PlugWithoutNetworkedFlag", "#include <maya/MFnDependencyNode.h>\n#include <maya/MPlug.h>",
+     "MFnDependencyNode f; MPlug p = f.findPlug(MString(\"block\"), false);",
+     "MFnDependencyNode f; MPlug p = f.findPlug(MString(\"block\"));"},
+    {"PlugByStdString", "#include <maya/MFnDependencyNode.h>\n#include <maya/MPlug.h>",
+     "std::string n; MFnDependencyNode f; f.findPlug(MString(n.c_str()), false);",
+     "std::string n; MFnDependencyNode f; f.findPlug(n, false);"},
+    {"SelectionByStdString",
+     "#include <maya/MSelectionList.h>\n#include <maya/MStatus.h>\n#include <maya/MString.h>",
+     "std::string n; MSelectionList l; l.add(MString(n.c_str()));",
+     "std::string n; MSelectionList l; l.add(n);"},
+    {"CommandByStdString", "#include <maya/MGlobal.h>\n#include <maya/MStatus.h>\n#include <maya/MString.h>",
+     "std::string t; MGlobal::executeCommand(MString(t.c_str()), false, true);",
+     "std::string t; MGlobal::executeCommand(t, false, true);"},
+    {"ArrayHandleWithoutHandle", "#include <maya/MArrayDataHandle.h>\n#include <maya/MDataHandle.h>",
+     "MDataHandle h; MArrayDataHandle a(h);", "MArrayDataHandle a;"},
+    {"ArrayHandleConverted", "#include <maya/MArrayDataHandle.h>\n#include <maya/MDataHandle.h>",
+     "MDataHandle h; MArrayDataHandle a(h);", "MDataHandle h; MArrayDataHandle a = h;"},
+    {"TemporaryBuilderSet",
+     "#include <maya/MArrayDataBuilder.h>\n#include <maya/MArrayDataHandle.h>\n#include "
+     "<maya/MDataHandle.h>\n"
+     "#include <maya/MStatus.h>",
+     "MDataHandle h; MArrayDataHandle a(h); MArrayDataBuilder b = a.builder(); a.set(b);",
+     "MDataHandle h; MArrayDataHandle a(h); a.set(a.builder());"},
+    {"TemporaryHandleWrittenBack",
+     "#include <maya/MDataHandle.h>\n#include <maya/MPlug.h>\n#include <maya/MStatus.h>",
+     "MPlug p; MDataHandle h = p.asMDataHandle(); p.setMDataHandle(h);",
+     "MPlug p; p.setMDataHandle(p.asMDataHandle());"},
+    {"EndOfHandleHasNoResult",
+     "#include <maya/MDataHandle.h>\n#include <maya/MPlug.h>\n#include <maya/MStatus.h>",
+     "MPlug p; MDataHandle h; p.destructHandle(h);",
+     "MPlug p; MDataHandle h; MStatus s = p.destructHandle(h); (void)s;"},
+    {"ConstantPlugDescends", "#include <maya/MPlug.h>", "MPlug p; MPlug e = p.elementByLogicalIndex(0u);",
+     "const MPlug p; MPlug e = p.elementByLogicalIndex(0u);"},
+    {"ConstantMeshQueried", "#include <maya/MFnMesh.h>", "MFnMesh m; int n = m.numVertices(); (void)n;",
+     "const MFnMesh m; int n = m.numVertices(); (void)n;"},
+    {"EdgeIntoPointer", "#include <maya/MFnMesh.h>\n#include <maya/MStatus.h>",
+     "MFnMesh m; int2 e; m.getEdgeVertices(0, e);", "MFnMesh m; int* e = nullptr; m.getEdgeVertices(0, e);"},
+    {"RayWithoutHitPoints",
+     "#include <maya/MFloatArray.h>\n#include <maya/MFloatPoint.h>\n#include <maya/MFloatPointArray.h>\n"
+     "#include <maya/MFloatVector.h>\n#include <maya/MFnMesh.h>",
+     "MFnMesh m; MFloatPointArray h; MMeshIsectAccelParams a = MFnMesh::autoUniformGridParams(); "
+     "m.allIntersections(MFloatPoint(), MFloatVector(), nullptr, nullptr, false, MSpace::kObject, 1.0f, "
+     "false, "
+     "&a, false, h, nullptr, nullptr, nullptr, nullptr, nullptr, 1e-6f);",
+     "MFnMesh m; MMeshIsectAccelParams a = MFnMesh::autoUniformGridParams(); "
+     "m.allIntersections(MFloatPoint(), MFloatVector(), nullptr, nullptr, false, MSpace::kObject, 1.0f, "
+     "false, "
+     "&a, false, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 1e-6f);"},
+    {"AccelParamsByValue", "#include <maya/MFnMesh.h>\n#include <maya/MPoint.h>\n#include <maya/MStatus.h>",
+     "MFnMesh m; MPoint q; MMeshIsectAccelParams a; m.getClosestPoint(MPoint(), q, MSpace::kObject, nullptr, "
+     "&a);",
+     "MFnMesh m; MPoint q; MMeshIsectAccelParams a; m.getClosestPoint(MPoint(), q, MSpace::kObject, nullptr, "
+     "a);"},
+    {"NamelessElementsAdded", "#include <maya/MFnSingleIndexedComponent.h>\n#include <maya/MIntArray.h>",
+     "MFnSingleIndexedComponent f; MIntArray a; f.addElements(a);",
+     "MFnSingleIndexedComponent f; f.addElements(MIntArray());"},
+    {"FunctionSetFromPath", "#include <maya/MDagPath.h>\n#include <maya/MFnMesh.h>",
+     "MDagPath d; MFnMesh m(d);", "MDagPath d; MFnDependencyNode m(d);"},
     {"VendorHeaderFirst", "", "}\n#include <clew/clew.h>\n#include <CL/cl.h>\nvoid other() {",
      "}\n#include <CL/cl.h>\n#include <clew/clew.h>\nvoid other() {"},
 };
