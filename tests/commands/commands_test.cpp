@@ -11,6 +11,8 @@
 
 extern "C" int help(ValueMap& arguments);
 extern "C" int checkFloatingPoints(ValueMap& arguments);
+extern "C" int resetParams(ValueMap& arguments);
+extern "C" int resetWeights(ValueMap& arguments);
 
 namespace talvisora {
 namespace {
@@ -18,7 +20,7 @@ namespace {
 using namespace fixtures;
 
 using Command = int (*)(ValueMap&);
-const Command kCommands[] = {help, checkFloatingPoints};
+const Command kCommands[] = {help, resetParams, resetWeights, checkFloatingPoints};
 
 class OtherNode : public GrNode {
 public:
