@@ -30,7 +30,7 @@ ARROWS = {
     "commands": {"std", "tbb", "maya", "include/maths", "include", "kernels", "node", "rig/control_polygon.h"},
     "draw": {"std", "maya", "include/maths"},
     "front door": {"std", "maya", "include", "node", "evaluate", "commands"},
-    "headless/maya": {"std", "maya", "clew", "headless/headless_api.h"},
+    "headless/maya": {"std", "maya", "clew", "headless/headless_api.h", "headless/array_storage.h"},
     "headless/clew": {"std", "opencl", "headless/headless_api.h"},
     "headless": {"std", "maya", "clew", "headless/maya", "headless/clew", "opencl"},
     "host": {"std", "tbb", "maya", "clew", "include/maths", "include", "headless/scene",
