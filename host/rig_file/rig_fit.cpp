@@ -35,7 +35,11 @@ std::string plain(double number) {
 class Fit {
 public:
     Fit(const RigFile& rig, const Character& character)
-        : rig_(rig), character_(character), name_(fs::path(character.path).filename().string()) {}
+        : rig_(rig), character_(character), name_(fs::path(character.path).filename().string()) {
+        for (std::size_t j = 0; j < character.joints.size(); ++j)
+            joints_[character.joints[j].name] = static_cast<int>(j);
+        for (const RigFileRecord& record : rig.hierarchy) jointOfRecord_[record.name] = record.joint;
+    }
 
     AutoRig rig() {
         checkMesh();
@@ -77,30 +81,29 @@ private:
         record.flag = from.flag;
         record.local = record.restLocal = from.rest;
         if (from.joint.empty()) return record;
-        const auto joint = std::find_if(character_.joints.begin(), character_.joints.end(),
-                                        [&](const Joint& candidate) { return candidate.name == from.joint; });
+        const auto found = joints_.find(from.joint);
         const std::string here = "/hierarchy/" + std::to_string(r);
-        if (joint == character_.joints.end())
+        if (found == joints_.end())
             refuse(here + "/joint: '" + name_ + "' has no joint '" + from.joint +
                    "'; name one that it has, see grhost info");
-        record.joint = static_cast<int>(joint - character_.joints.begin());
+        record.joint = found->second;
+        const Joint& joint = character_.joints[static_cast<std::size_t>(found->second)];
         const std::string above =
-            joint->parent < 0 ? "" : character_.joints[static_cast<std::size_t>(joint->parent)].name;
+            joint.parent < 0 ? "" : character_.joints[static_cast<std::size_t>(joint.parent)].name;
         // Poses come against the joint above: the record above must be that very joint.
         if (jointOf(from.parent) != above || (above.empty() && !from.parent.empty()))
             refuse(here + "/parent: joint '" + from.joint + "' of '" + name_ +
                    (above.empty() ? "' has no joint above it; leave the parent out"
                                   : "' hangs under joint '" + above + "'; make that record its parent"));
-        compareRest(from, *joint, fitted);
+        compareRest(from, joint, fitted);
         ++fitted.jointCount;
         return record;
     }
 
     // The joint that moves a record; records without one answer nothing.
-    std::string jointOf(const std::string& name) {
-        if (jointOfRecord_.empty())
-            for (const RigFileRecord& record : rig_.hierarchy) jointOfRecord_[record.name] = record.joint;
-        return name.empty() ? "" : jointOfRecord_[name];
+    std::string jointOf(const std::string& name) const {
+        const auto found = jointOfRecord_.find(name);
+        return found == jointOfRecord_.end() ? "" : found->second;
     }
 
     void compareRest(const RigFileRecord& from, const Joint& joint, AutoRig& fitted) const {
@@ -134,6 +137,7 @@ private:
     const RigFile& rig_;
     const Character& character_;
     std::string name_;
+    std::map<std::string, int> joints_;
     std::map<std::string, std::string> jointOfRecord_;
 };
 

@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t kLongestStem = 48;
+constexpr std::uintmax_t kLargestRigText = 64u << 20; // larger ones are captures, not rig files
 
 std::string withoutExtension(const std::string& name) {
     return name.substr(0, name.size() - std::string(".json").size());
@@ -86,9 +87,8 @@ public:
                 unused.push_back(entry->path());
         }
         if (unused.empty()) return;
-        const std::string others = textsBeside(rigPath);
-        for (const fs::path& path : unused)
-            if (others.find(path.filename().string()) == std::string::npos) fs::remove(path, error);
+        keepNamedBeside(rigPath, unused);
+        for (const fs::path& path : unused) fs::remove(path, error);
     }
 
 private:
@@ -114,22 +114,28 @@ private:
         return hash != std::string::npos && stem.size() - hash == 17 &&
                digits(stem.substr(hash + 1), "0123456789abcdef");
     }
-    // Copies of the rig file under another name use the same arrays.
-    static std::string textsBeside(const fs::path& rigPath) {
-        std::string texts;
+    // Copies of the rig file under another name use the same arrays. What cannot be looked into keeps all.
+    static void keepNamedBeside(const fs::path& rigPath, std::vector<fs::path>& unused) {
         std::error_code error;
         const fs::path folder = rigPath.parent_path().empty() ? fs::path(".") : rigPath.parent_path();
         for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
              entry.increment(error)) {
-            if (entry->path().filename() == rigPath.filename() || entry->path().extension() != ".json")
-                continue;
+            const fs::path& path = entry->path();
+            if (path.filename() == rigPath.filename() || path.extension() != ".json") continue;
+            std::error_code unknown;
+            if (!entry->is_regular_file(unknown)) continue;
+            if (entry->file_size(unknown) > kLargestRigText || unknown) return unused.clear();
             try {
-                texts += readRegularFile(entry->path().string()) + "\n";
+                const std::string text = readRegularFile(path.string());
+                const auto named = [&](const fs::path& array) {
+                    return text.find(array.filename().string()) != std::string::npos;
+                };
+                unused.erase(std::remove_if(unused.begin(), unused.end(), named), unused.end());
             } catch (const HostError&) {
-                continue; // what cannot be read names nothing
+                return unused.clear();
             }
         }
-        return texts;
+        if (error) unused.clear();
     }
 
     fs::path folder_;
