@@ -10,16 +10,13 @@
 namespace Autodesk::Maya::OpenMaya20240000 {
 
 /// Settings of the search structure that the ray and nearest-point queries may use. The mesh keeps the
-/// structure itself.
+/// structure itself; here there is one way to search, and nothing to set.
 class HEADLESS_API MMeshIsectAccelParams {
 public:
     MMeshIsectAccelParams();
     MMeshIsectAccelParams(const MMeshIsectAccelParams& other);
     ~MMeshIsectAccelParams();
     MMeshIsectAccelParams& operator=(const MMeshIsectAccelParams& other);
-
-private:
-    int divisions[3];
 };
 
 /// Attaches to meshes made with scene/scene.h. Indices run from 0; edges are in the order that

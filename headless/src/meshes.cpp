@@ -81,7 +81,7 @@ bool MFnDagNode::allowsSpace(int space) const {
     return space == MSpace::kObject || (space == MSpace::kWorld && hasPath);
 }
 
-MMeshIsectAccelParams::MMeshIsectAccelParams() : divisions{0, 0, 0} {}
+MMeshIsectAccelParams::MMeshIsectAccelParams() = default;
 MMeshIsectAccelParams::MMeshIsectAccelParams(const MMeshIsectAccelParams& other) = default;
 MMeshIsectAccelParams::~MMeshIsectAccelParams() = default;
 MMeshIsectAccelParams& MMeshIsectAccelParams::operator=(const MMeshIsectAccelParams& other) = default;

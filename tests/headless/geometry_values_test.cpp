@@ -81,7 +81,8 @@ TEST(GeometryValues, ArraysCopyTheirElements) {
     EXPECT_TRUE(first.append(first[0])); // an element of its own
     EXPECT_EQ(std::vector<int>(first.begin(), first.end()), (std::vector<int>{4, 5, 6, 4}));
     EXPECT_EQ(std::vector<int>(second.begin(), second.end()), (std::vector<int>{9, 5, 6, 6}));
-    first = first;
+    const MIntArray& itself = first;
+    first = itself;
     EXPECT_EQ(first.length(), 4u);
     EXPECT_FALSE(first.set(1, 4));
     EXPECT_TRUE(first.set(1, 3));
