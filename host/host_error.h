@@ -15,6 +15,7 @@ enum class ExitCode : int {
     kUsage = 2,        ///< wrong usage of the command line
     kInput = 3,        ///< an input is missing, unreadable or unsupported
     kOutput = 4,       ///< an output could not be written
+    kFindings = 6,     ///< a check found something; no failure of grhost
 };
 
 /// The text is one line that names the file, the thing and the cure; no "error:" in front, no full stop

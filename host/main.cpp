@@ -10,6 +10,7 @@
 #include <limits>
 #include <new>
 #include <string>
+#include <vector>
 
 using namespace talvisora::host;
 
@@ -115,6 +116,34 @@ void addDeform(CLI::App& app, DeformJob& job, std::string& params, int& tangentT
     addModuleOptions(app, job.module, job.variant, job.threads);
 }
 
+void addCheck(CLI::App& app, CheckJob& job, std::string& show, bool& json) {
+    app.add_option("target", job.target, "rig file, or a character: then the rig that deform makes up")
+        ->required()
+        ->type_name("RIG|CHARACTER");
+    app.add_option("--character", job.character, "the character; default: the one that the rig file names")
+        ->type_name("FILE");
+    app.add_flag("--keep-unknown", job.keepUnknown, "take rig files with keys that are not known");
+    app.add_option("--picture", job.picture, "findings and every block as colours on the mesh")
+        ->type_name("FILE.png");
+    app.add_option("--show", show, "what the colours of the blocks show: weights or params")
+        ->check(CLI::IsMember({"weights", "params"}));
+    app.add_option("--view", job.view, "from where to look: front or three-quarter");
+    app.add_option("--up", job.up, "the file's upward axis: y or z");
+    addUnits(app, job.units);
+    app.add_flag("--json", json, "print one JSON report on standard output");
+    addModuleOptions(app, job.module, job.variant, job.threads);
+}
+
+void checkVerb(const CLI::App& app, const std::string& verb) {
+    const std::vector<const CLI::App*> verbs = app.get_subcommands({});
+    std::string names; // "replay, info or deform"
+    for (std::size_t k = 0; k < verbs.size(); ++k) {
+        if (verbs[k]->get_name() == verb) return;
+        names += (k == 0 ? "" : k + 1 < verbs.size() ? ", " : " or ") + verbs[k]->get_name();
+    }
+    throw HostError(ExitCode::kUsage, "unknown verb '" + verb + "': " + names + " expected; see --help");
+}
+
 ExitCode run(int argc, char** argv) {
     CLI::App app{"grhost: a host for the talvisora deformer, without Maya"};
     app.require_subcommand(1);
@@ -132,16 +161,19 @@ ExitCode run(int argc, char** argv) {
     std::string bindWeights = "skin", bindParams = "bone";
     bool bindJson = false;
     CLI::App& bindApp = *app.add_subcommand("bind", "write the rig of a character as a file");
+    CheckJob checkJob;
+    std::string checkShow = "weights";
+    bool checkJson = false;
+    CLI::App& checkApp = *app.add_subcommand("check", "look for what is wrong with a rig");
     CLI::App& deformApp = *app.add_subcommand("deform", "deform a skinned, animated character");
     addBind(bindApp, bindJob, bindWeights, bindParams, bindJson);
+    addCheck(checkApp, checkJob, checkShow, checkJson);
     addReplay(replayApp, replayVerb);
     addInfo(infoApp, infoVerb);
     addDeform(deformApp, job, params, tangentTurn, json);
 
     const std::string verb = argc > 1 ? argv[1] : "--help";
-    if (verb[0] != '-' && verb != "replay" && verb != "info" && verb != "bind" && verb != "deform")
-        throw HostError(ExitCode::kUsage,
-                        "unknown verb '" + verb + "': replay, info, bind or deform expected; see --help");
+    if (verb[0] != '-') checkVerb(app, verb);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& success) { // --help, --version
@@ -156,6 +188,10 @@ ExitCode run(int argc, char** argv) {
         bindJob.weights = bindWeights == "distance" ? BindWeights::kDistance : BindWeights::kSkin;
         bindJob.blocks.params = bindParams == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;
         return runBindVerb(bindJob, bindJson);
+    }
+    if (checkApp.parsed()) {
+        checkJob.pictureOf = checkShow == "params" ? PictureOf::kParams : PictureOf::kWeights;
+        return runCheckVerb(checkJob, checkJson);
     }
     job.blocks.params = params == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;
     job.tangentTurn = tangentTurn != 0;

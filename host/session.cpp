@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/session.h"
 
+#include "command.h"
 #include "headless/scene/message_log.h"
 #include "headless/scene/scene.h"
 
@@ -109,6 +110,22 @@ CallResult Session::releaseGpu() {
 CallResult Session::runCommand(const std::string& name, ValueMap& arguments) {
     const Module::Command command = module_.command(name);
     return timed([&] { return command(arguments); });
+}
+
+ValueMap Session::commandArguments() {
+    const auto pointer = [](PointerTarget target) {
+        auto data = std::make_shared<CapturedPtr>();
+        data->target = target;
+        return data;
+    };
+    ValueMap arguments = {{key::kHelp, std::make_shared<GrBoolean>()},
+                          {key::kNodeName, makeText(nodeName_)},
+                          {key::kNode, pointer(PointerTarget::kNode)},
+                          {key::kGetAttributes, pointer(PointerTarget::kContext)},
+                          {key::kRunAttributes, pointer(PointerTarget::kAttributes)},
+                          {key::kDeformAttributes, pointer(PointerTarget::kRecord)}};
+    bindPointers(arguments, pointerTargets());
+    return arguments;
 }
 
 PointerTargets Session::pointerTargets() {

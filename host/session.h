@@ -59,6 +59,8 @@ public:
     bool hasCommand(const std::string& name) const { return module_.command(name) != nullptr; }
     /// Calls an exported command with the arguments as they stand; the command must be there.
     CallResult runCommand(const std::string& name, ValueMap& arguments);
+    /// What every command is handed: no help wanted, this node, its maps and its record.
+    ValueMap commandArguments();
 
     /// Where symbolic pointers of a capture point to in this session.
     PointerTargets pointerTargets();

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "host/bind/bind_job.h"
+#include "host/check/check_job.h"
 #include "host/deform/deform_job.h"
 
 #include <string>
@@ -38,6 +39,10 @@ ExitCode runDeformVerb(const DeformJob& job, bool json);
 /// Writes a rig file, then prints the table of its blocks, or with `json` one report object. The chains of
 /// `job.blocks` may be "@FILE": they are read from there.
 ExitCode runBindVerb(BindJob job, bool json);
+
+/// Checks a rig, then prints what was found, or with `json` one report object. kFindings when there is
+/// anything.
+ExitCode runCheckVerb(const CheckJob& job, bool json);
 
 /// Writes to standard output and makes sure that it arrived. Throws HostError kOutput.
 void printOut(const std::string& text);

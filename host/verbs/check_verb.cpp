@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/capture/json_writer.h"
+#include "host/verbs/verbs.h"
+
+#include <algorithm>
+
+namespace talvisora::host {
+
+namespace {
+
+constexpr std::size_t kShownPoints = 10;
+
+// "12 points: 3, 4, …"
+std::string pointList(const std::vector<std::uint32_t>& points) {
+    std::string text = std::to_string(points.size()) + (points.size() == 1 ? " point: " : " points: ");
+    for (std::size_t k = 0; k < std::min(points.size(), kShownPoints); ++k)
+        text += (k ? ", " : "") + std::to_string(points[k]);
+    return text + (points.size() > kShownPoints ? ", …" : "");
+}
+
+// Names of blocks may hold anything; a finding stays one line.
+std::string oneLine(std::string text) {
+    for (char& c : text)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+    return text + "\n";
+}
+
+std::string summary(const CheckReport& report, const std::string& picture) {
+    std::string text;
+    for (const std::string& note : report.notes) text += oneLine("note: " + note);
+    for (const Finding& finding : report.findings) {
+        std::string line = finding.block.empty() ? "" : "block '" + finding.block + "' ";
+        if (finding.kind != FindingKind::kChain && !line.empty()) line.back() = ':', line += " ";
+        text +=
+            oneLine(line + finding.text + (finding.points.empty() ? "" : "; " + pointList(finding.points)));
+    }
+    if (!report.evaluated) text += "not evaluated: the module refuses such chains\n";
+    if (!picture.empty()) text += oneLine("wrote " + picture);
+    const std::size_t count = report.findings.size();
+    return text + oneLine(report.target + ": " + std::to_string(report.points) + " points, " +
+                          std::to_string(report.blocks) +
+                          " blocks: " + (count ? std::to_string(count) : std::string("no")) +
+                          (count == 1 ? " finding" : " findings"));
+}
+
+std::string reportJson(const CheckReport& report) {
+    JsonWriter json;
+    json.beginObject();
+    json.key("format").value("talvisora-check");
+    json.key("target").value(report.target);
+    json.key("character").value(report.character);
+    json.key("points").value(std::uint64_t(report.points));
+    json.key("blocks").value(std::uint64_t(report.blocks));
+    json.key("evaluated").value(report.evaluated);
+    json.key("findings").beginArray();
+    for (const Finding& finding : report.findings) {
+        json.beginObject();
+        json.key("kind").value(findingName(finding.kind));
+        if (!finding.block.empty()) json.key("block").value(finding.block);
+        json.key("text").value(finding.text);
+        json.key("count").value(std::uint64_t(finding.points.size()));
+        json.key("points").value(finding.points);
+        json.endObject();
+    }
+    json.endArray();
+    json.key("notes").value(report.notes);
+    return json.endObject().text() + "\n";
+}
+
+} // namespace
+
+ExitCode runCheckVerb(const CheckJob& job, bool json) {
+    const CheckReport report = runCheckJob(job);
+    printOut(json ? reportJson(report) : summary(report, job.picture));
+    return report.findings.empty() ? ExitCode::kDone : ExitCode::kFindings;
+}
+
+} // namespace talvisora::host
