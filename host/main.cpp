@@ -134,6 +134,50 @@ void addCheck(CLI::App& app, CheckJob& job, std::string& show, bool& json) {
     addModuleOptions(app, job.module, job.variant, job.threads);
 }
 
+void addMirror(CLI::App& app, MirrorJob& job, std::string& axis, std::string& from, bool& json) {
+    app.add_option("rig", job.rig, "the rig file")->required()->type_name("RIG");
+    app.add_option("-o,--output", job.output, "the rig file to write; may be the same")
+        ->required()
+        ->type_name("OUT.rig.json");
+    app.add_option("--axis", axis, "the axis that changes sign: x, y or z")
+        ->check(CLI::IsMember({"x", "y", "z"}));
+    app.add_option("--from", from, "the side to take over, by the axis's sign: plus or minus")
+        ->check(CLI::IsMember({"plus", "minus"}));
+    app.add_option("--seam", job.options.seam,
+                   "points at most so far from the middle become even; default: the tolerance")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("LENGTH");
+    app.add_option("--tolerance", job.options.tolerance,
+                   "how far a mirrored point may miss its partner; default: a thousandth of the size")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("LENGTH");
+    app.add_option_function<std::string>(
+           "--pairs", [&job](const std::string& text) { job.options.pairs = parseNamePairs(text); },
+           "parts of names that tell the sides: _L/_R,Left/Right; default: the usual ones")
+        ->type_name("LEFT/RIGHT,…");
+    app.add_option("--character", job.character, "the character; default: the one that the rig file names")
+        ->type_name("FILE");
+    app.add_flag("--keep-unknown", job.keepUnknown, "take rig files with keys that are not known");
+    app.add_flag("--json", json, "print one JSON report on standard output");
+}
+
+void addTransfer(CLI::App& app, TransferJob& job, bool& json) {
+    app.add_option("rig", job.rig, "the rig file")->required()->type_name("RIG");
+    app.add_option("character", job.character, "the character that the rig shall fit")
+        ->required()
+        ->type_name("CHARACTER");
+    app.add_option("-o,--output", job.output, "the rig file to write")->required()->type_name("OUT.rig.json");
+    app.add_option("--max-distance", job.maxDistance,
+                   "points farther from the old surface are unmatched; default: a twentieth of the size")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("LENGTH");
+    app.add_option("--source", job.source, "where the rig comes from; default: what the rig file names")
+        ->type_name("FILE");
+    addUnits(app, job.units);
+    app.add_flag("--keep-unknown", job.keepUnknown, "take rig files with keys that are not known");
+    app.add_flag("--json", json, "print one JSON report on standard output");
+}
+
 void checkVerb(const CLI::App& app, const std::string& verb) {
     const std::vector<const CLI::App*> verbs = app.get_subcommands({});
     std::string names; // "replay, info or deform"
@@ -165,8 +209,16 @@ ExitCode run(int argc, char** argv) {
     std::string checkShow = "weights";
     bool checkJson = false;
     CLI::App& checkApp = *app.add_subcommand("check", "look for what is wrong with a rig");
+    MirrorJob mirrorJob;
+    TransferJob transferJob;
+    std::string mirrorAxis = "x", mirrorFrom = "plus";
+    bool mirrorJson = false, transferJson = false;
+    CLI::App& mirrorApp = *app.add_subcommand("mirror", "make one side of a rig like the other");
+    CLI::App& transferApp = *app.add_subcommand("transfer", "carry a rig to another mesh");
     CLI::App& deformApp = *app.add_subcommand("deform", "deform a skinned, animated character");
     addBind(bindApp, bindJob, bindWeights, bindParams, bindJson);
+    addMirror(mirrorApp, mirrorJob, mirrorAxis, mirrorFrom, mirrorJson);
+    addTransfer(transferApp, transferJob, transferJson);
     addCheck(checkApp, checkJob, checkShow, checkJson);
     addReplay(replayApp, replayVerb);
     addInfo(infoApp, infoVerb);
@@ -189,6 +241,12 @@ ExitCode run(int argc, char** argv) {
         bindJob.blocks.params = bindParams == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;
         return runBindVerb(bindJob, bindJson);
     }
+    if (mirrorApp.parsed()) {
+        mirrorJob.options.axis = mirrorAxis[0] - 'x';
+        mirrorJob.options.fromPositive = mirrorFrom == "plus";
+        return runMirrorVerb(mirrorJob, mirrorJson);
+    }
+    if (transferApp.parsed()) return runTransferVerb(transferJob, transferJson);
     if (checkApp.parsed()) {
         checkJob.pictureOf = checkShow == "params" ? PictureOf::kParams : PictureOf::kWeights;
         return runCheckVerb(checkJob, checkJson);

@@ -1,29 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
+#include "host/verbs/point_list.h"
 #include "host/verbs/verbs.h"
-
-#include <algorithm>
 
 namespace talvisora::host {
 
 namespace {
-
-constexpr std::size_t kShownPoints = 10;
-
-// "12 points: 3, 4, …"
-std::string pointList(const std::vector<std::uint32_t>& points) {
-    std::string text = std::to_string(points.size()) + (points.size() == 1 ? " point: " : " points: ");
-    for (std::size_t k = 0; k < std::min(points.size(), kShownPoints); ++k)
-        text += (k ? ", " : "") + std::to_string(points[k]);
-    return text + (points.size() > kShownPoints ? ", …" : "");
-}
-
-// Names of blocks may hold anything; a finding stays one line.
-std::string oneLine(std::string text) {
-    for (char& c : text)
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
-    return text + "\n";
-}
 
 std::string summary(const CheckReport& report, const std::string& picture) {
     std::string text;

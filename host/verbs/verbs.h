@@ -6,6 +6,7 @@
 #include "host/bind/bind_job.h"
 #include "host/check/check_job.h"
 #include "host/deform/deform_job.h"
+#include "host/rig_edit/edit_jobs.h"
 
 #include <string>
 
@@ -43,6 +44,10 @@ ExitCode runBindVerb(BindJob job, bool json);
 /// Checks a rig, then prints what was found, or with `json` one report object. kFindings when there is
 /// anything.
 ExitCode runCheckVerb(const CheckJob& job, bool json);
+
+/// Edit a rig file, then print what was done, or with `json` one report object.
+ExitCode runMirrorVerb(const MirrorJob& job, bool json);
+ExitCode runTransferVerb(const TransferJob& job, bool json);
 
 /// Writes to standard output and makes sure that it arrived. Throws HostError kOutput.
 void printOut(const std::string& text);

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/capture/json_writer.h"
+#include "host/verbs/point_list.h"
+#include "host/verbs/verbs.h"
+
+#include <cstdio>
+
+namespace talvisora::host {
+
+namespace {
+
+std::string count(std::size_t number, const char* what) {
+    return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
+
+std::string notes(const std::vector<std::string>& list) {
+    std::string text;
+    for (const std::string& note : list) text += oneLine("note: " + note);
+    return text;
+}
+
+std::string summary(const MirrorReport& report) {
+    const MirrorResult& result = report.result;
+    std::string text = notes(report.notes);
+    for (const auto& pair : result.pairs) text += oneLine("paired: " + pair.first + ", " + pair.second);
+    for (const std::string& name : result.centre) text += oneLine("centre: " + name);
+    if (!result.unmatched.empty())
+        text += "without a partner, left as they were; " + pointList(result.unmatched) + "\n";
+    return text + oneLine("wrote " + report.output + ": " + count(result.mirrored, "point") + " mirrored, " +
+                          std::to_string(result.seam) + " on the seam, " +
+                          std::to_string(result.unmatched.size()) + " unmatched");
+}
+
+std::string reportJson(const MirrorReport& report) {
+    const MirrorResult& result = report.result;
+    JsonWriter json;
+    json.beginObject();
+    json.key("format").value("talvisora-mirror");
+    json.key("rig").value(report.rig);
+    json.key("output").value(report.output);
+    json.key("points").value(std::uint64_t(report.points));
+    json.key("pairs").beginArray();
+    for (const auto& pair : result.pairs) json.beginArray().value(pair.first).value(pair.second).endArray();
+    json.endArray();
+    json.key("centre").value(result.centre);
+    json.key("mirrored").value(std::uint64_t(result.mirrored));
+    json.key("seam").value(std::uint64_t(result.seam));
+    json.key("unmatched").value(result.unmatched);
+    json.key("notes").value(report.notes);
+    return json.endObject().text() + "\n";
+}
+
+std::string summary(const TransferReport& report) {
+    const TransferResult& result = report.result;
+    std::string text = notes(report.notes);
+    if (!result.unmatched.empty())
+        text += "too far from the old surface, filled from their neighbours; " + pointList(result.unmatched) +
+                "\n";
+    if (result.islands > 0)
+        text += count(result.islands, "point") +
+                " of them without neighbours that lead there: closest place, far away\n";
+    char farthest[64];
+    std::snprintf(farthest, sizeof farthest, "%.4g", result.farthest);
+    return text + oneLine("wrote " + report.output + ": " + std::to_string(report.pointsBefore) + " to " +
+                          count(report.points, "point") + ", " + std::to_string(result.unmatched.size()) +
+                          " unmatched, the others at most " + farthest + " from the old surface");
+}
+
+std::string reportJson(const TransferReport& report) {
+    JsonWriter json;
+    json.beginObject();
+    json.key("format").value("talvisora-transfer");
+    json.key("rig").value(report.rig);
+    json.key("character").value(report.character);
+    json.key("output").value(report.output);
+    json.key("pointsBefore").value(std::uint64_t(report.pointsBefore));
+    json.key("points").value(std::uint64_t(report.points));
+    json.key("unmatched").value(report.result.unmatched);
+    json.key("islands").value(std::uint64_t(report.result.islands));
+    json.key("farthest").value(report.result.farthest);
+    json.key("notes").value(report.notes);
+    return json.endObject().text() + "\n";
+}
+
+} // namespace
+
+ExitCode runMirrorVerb(const MirrorJob& job, bool json) {
+    const MirrorReport report = runMirrorJob(job);
+    printOut(json ? reportJson(report) : summary(report));
+    return ExitCode::kDone;
+}
+
+ExitCode runTransferVerb(const TransferJob& job, bool json) {
+    const TransferReport report = runTransferJob(job);
+    printOut(json ? reportJson(report) : summary(report));
+    return ExitCode::kDone;
+}
+
+} // namespace talvisora::host

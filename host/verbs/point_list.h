@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+// Lists of points for people: how many, and the first ten.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace talvisora::host {
+
+/// "12 points: 3, 4, …", without a line end.
+inline std::string pointList(const std::vector<std::uint32_t>& points) {
+    constexpr std::size_t kShown = 10;
+    std::string text = std::to_string(points.size()) + (points.size() == 1 ? " point: " : " points: ");
+    for (std::size_t k = 0; k < std::min(points.size(), kShown); ++k)
+        text += (k ? ", " : "") + std::to_string(points[k]);
+    return text + (points.size() > kShown ? ", …" : "");
+}
+
+/// With a line end and no other control character: names may hold anything.
+inline std::string oneLine(std::string text) {
+    for (char& c : text)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+    return text + "\n";
+}
+
+} // namespace talvisora::host
