@@ -77,6 +77,22 @@ TEST_F(RigEdit, TransfersToAnotherTopologyThatThenDeforms) {
     EXPECT_EQ(report({"check", path("longer.rig.json")}).at("findings"), Json::array());
 }
 
+TEST_F(RigEdit, TheQuadrupedStaysCloseToLinearBlending) {
+    const std::string bull = "/usr/share/assimp/models/X/Testwuson.X"; // from Debian's assimp-testmodels
+    if (!fs::exists(bull)) GTEST_SKIP() << bull << " is not there; install assimp-testmodels";
+    ASSERT_EQ(run({"bind", bull, "-o", path("bull.rig.json"), "--quiet"}).exitCode, 0);
+    const Json mirrored = report({"mirror", path("bull.rig.json"), "-o", path("even.rig.json")});
+    EXPECT_EQ(mirrored.at("pairs"), Json::parse(R"([["HindLeg_L_01", "HindLeg_R_01"], ["Ear_L", "Ear_R"],
+                              ["ForeLeg_L_01", "ForeLeg_R_01"]])"));
+    EXPECT_EQ(mirrored.at("unmatched"), Json::array()) << "the animal is even";
+    EXPECT_GT(mirrored.at("mirrored"), 900);
+    report({"transfer", path("even.rig.json"), bull, "-o", path("carried.rig.json")});
+    const Json deformed =
+        report({"deform", bull, "--rig", path("carried.rig.json"), "--clip", "Run", "--baseline", "--quiet"});
+    EXPECT_LE(deformed.at("baseline").at("rmsPercent").get<double>(), 0.3);
+    EXPECT_LE(deformed.at("leftBehind").get<double>(), 1e-5);
+}
+
 TEST_F(RigEdit, RefusesInOneLineAndLeavesTheRigAlone) {
     const std::string from = path("bar.rig.json"), bar = path("bar.gltf");
     refused(3, "no_such.rig.json", {"mirror", path("no_such.rig.json"), "-o", path("o.rig.json")});
