@@ -6,7 +6,7 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 library=${1:-$root/build/bin/libtalvisora.so}
 module=$root/deformers/talvisora
-expected=$(printf '%s\n' checkFloatingPoints create help)
+expected=$(printf '%s\n' checkFloatingPoints create help resetParams resetWeights)
 
 if [ ! -f "$library" ]; then
     echo "exports: $library is not there; build first with scripts/build" >&2
