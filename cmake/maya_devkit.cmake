@@ -29,6 +29,14 @@ foreach(LIBRARY OpenMaya Foundation clew)
   target_link_libraries(talvisora_maya INTERFACE ${MAYA_${LIBRARY}_LIBRARY})
 endforeach()
 
+# Viewport drawing lies in a library of its own, which only the drawing room needs.
+find_library(MAYA_OpenMayaRender_LIBRARY OpenMayaRender PATHS ${MAYA_DEVKIT}/lib NO_DEFAULT_PATH)
+add_library(talvisora_maya_render INTERFACE)
+target_link_libraries(talvisora_maya_render INTERFACE talvisora_maya)
+if(MAYA_OpenMayaRender_LIBRARY)
+  target_link_libraries(talvisora_maya_render INTERFACE ${MAYA_OpenMayaRender_LIBRARY})
+endif()
+
 if(WIN32)
   target_compile_definitions(talvisora_maya INTERFACE NT_PLUGIN REQUIRE_IOSTREAM _BOOL _AFXDLL _MBCS)
   if(NOT CMAKE_MSVC_RUNTIME_LIBRARY)

@@ -23,6 +23,7 @@ class MArrayDataHandle;
 class MAutoCLEvent;
 class MAutoCLKernel;
 class MAutoCLMem;
+class MColor;
 class MDagPath;
 class MDataHandle;
 class MFloatArray;
@@ -49,6 +50,10 @@ class MSpace;
 class MStatus;
 class MString;
 class MVector;
+
+namespace MHWRender {
+class MUIDrawManager;
+}
 
 } // namespace Autodesk::Maya::OpenMaya20240000
 
