@@ -1,28 +1,34 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the deformer is measured against in the same run: linear-blend skinning as tight as this processor
-// allows (single precision, four influences, fused multiply-add welcome), and a loop that only moves the
-// bytes that an evaluation must move.
+// allows (four influences, single and double precision, fused multiply-add welcome), and a loop that only
+// moves the bytes that an evaluation must move.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace talvisora::bench {
 
-/// A mesh of packed float triples in and out, four joints and weights per point; matrices are four padded
-/// columns of four floats each (x, y, z axis, translation).
+/// Four joints and weights per point; a matrix is four padded columns of four numbers each (x, y, z axis,
+/// translation). T is float or double.
+template <class T>
 struct SkinJob {
-    const float* in;
-    float* out; ///< may be written 4 bytes past the last point's triple: room for one more float
+    T* points; ///< three per point, blended in place
     const std::uint16_t* joints;
     const float* weights;
-    const float* matrices;
-    std::size_t pointCount;
+    const T* matrices;
 };
 
-/// The widest of the blends that this machine runs, and its name.
-using BlendFunction = void (*)(const SkinJob&, std::size_t first, std::size_t end);
-BlendFunction widestBlend(const char*& name);
+template <class T>
+struct Blend {
+    const char* name; ///< of the instruction set; null: there is none
+    void (*run)(const SkinJob<T>&, std::size_t first, std::size_t end);
+};
+
+/// The blends that this machine runs, the widest last. Never empty.
+std::vector<Blend<float>> floatBlends();
+std::vector<Blend<double>> doubleBlends();
 
 /// The streams of an evaluation with one block: 68 bytes per point.
 struct ByteJob {
@@ -34,6 +40,7 @@ struct ByteJob {
     const std::int32_t* ordersEnd;
 };
 
+/// Reads and writes them with the widest registers of the machine.
 void moveBytes(const ByteJob& job, std::size_t first, std::size_t end);
 
 } // namespace talvisora::bench

@@ -89,7 +89,8 @@ LimbScene::LimbScene(const LimbOptions& chosen)
             const Vec3d offset{j == 0 ? kChainLength * b : 1.0, 0, 0};
             const double bend = j == 0 ? 0.0 : -9.0 + 35.0 * unit(random);
             setTranslation(record.restLocal, offset);
-            record.local = turned(b % 2 ? -bend : bend, offset);
+            bends_.push_back(b % 2 ? -bend : bend);
+            record.local = turned(bends_.back(), offset);
             record.parent = j == 0 ? "" : jointName(b, j - 1);
             world = GrHierarchy::underParent(record, Pose::kCurrent, j == 0 ? Matrix44d{} : world);
             Matrix44d restInverse;
@@ -100,7 +101,7 @@ LimbScene::LimbScene(const LimbOptions& chosen)
     }
     for (const Matrix44d& m : skin)
         for (int r = 0; r < 4; ++r)
-            for (int c = 0; c < 4; ++c) skinMatrices.push_back(c < 3 ? static_cast<float>(m(r, c)) : 0.0f);
+            for (int c = 0; c < 4; ++c) skinMatrices.push_back(c < 3 ? m(r, c) : 0.0);
 
     // Points, and what they weigh where.
     restPoints.resize(n);
@@ -109,8 +110,12 @@ LimbScene::LimbScene(const LimbOptions& chosen)
     for (auto& row : params) row.assign(n, 0.0f);
     skinJoints.resize(4 * n);
     skinWeights.resize(4 * n);
-    for (std::size_t i = 0; i < n; ++i) {
-        const double along = (static_cast<double>(i % 1000) + 0.5) / 1000.0 * limb;
+    std::vector<std::size_t> order(n);
+    for (std::size_t i = 0; i < n; ++i) order[i] = i;
+    if (options.shuffled) std::shuffle(order.begin(), order.end(), std::mt19937(7));
+    for (std::size_t at = 0; at < n; ++at) {
+        const std::size_t i = order[at];
+        const double along = (static_cast<double>(at % 1000) + 0.5) / 1000.0 * limb;
         const double radius = 0.3 + 0.4 * unit(random), angle = 6.283185307179586 * unit(random);
         restPoints[i] = {along, radius * std::cos(angle), radius * std::sin(angle)};
         const int b = std::min(static_cast<int>(along / kChainLength), blocks - 1);
@@ -172,6 +177,15 @@ LimbScene::LimbScene(const LimbOptions& chosen)
         list->values.push_back(std::move(element));
     }
     attributes[longName("block")] = list;
+}
+
+void LimbScene::pose(int step) {
+    const double part = 1.0 - 0.01 * step;
+    for (std::size_t k = 0; k < bends_.size(); ++k) {
+        JointRecord& record =
+            *hierarchy->find(jointName(static_cast<int>(k) / kJoints, static_cast<int>(k) % kJoints));
+        record.local = turned(part * bends_[k], translation(record.local));
+    }
 }
 
 } // namespace talvisora::bench

@@ -17,7 +17,8 @@ namespace talvisora::bench {
 struct LimbOptions {
     std::size_t points = 100000;
     int blocks = 1;
-    bool tweaks = false; ///< all fourteen amounts on every centre joint, and painted weight maps
+    bool tweaks = false;   ///< all fourteen amounts on every centre joint, and painted weight maps
+    bool shuffled = false; ///< the same points in random order
 };
 
 /// A limb with its rig. Fixed seeds: the same options give the same scene. With one block every point belongs
@@ -25,6 +26,10 @@ struct LimbOptions {
 /// never above 0.999, so that the block ranges stay wide.
 struct LimbScene {
     explicit LimbScene(const LimbOptions& options);
+
+    /// Bends every joint a little less with every step; step 0 is how the scene starts. An animated rig never
+    /// stands still, so whoever times a whole evaluation changes the pose before each one.
+    void pose(int step);
 
     LimbOptions options;
     std::vector<Vec3d> restPoints; ///< object space
@@ -34,8 +39,11 @@ struct LimbScene {
     // The same mesh as a skin: four joints and weights per point, current matrices of all joints.
     std::vector<std::uint16_t> skinJoints; ///< 4 per point
     std::vector<float> skinWeights;        ///< 4 per point
-    std::vector<float>
-        skinMatrices; ///< 16 per joint: three axis columns and the translation, padded to fours
+    /// 16 per joint: three axis columns and the translation, padded to fours. Of step 0.
+    std::vector<double> skinMatrices;
+
+private:
+    std::vector<double> bends_; ///< degrees, of every joint
 };
 
 } // namespace talvisora::bench

@@ -4,6 +4,7 @@
 #include "reference/literal_deform.h"
 
 #include <cmath>
+#include <type_traits>
 
 #include "reference/literal_curve.h"
 
@@ -34,6 +35,10 @@ float clamp01(float x) {
     return x < 0.0f ? 0.0f : x > 1.0f ? 1.0f : x;
 }
 
+/// In place of a trace where nobody asks for one: the formulas and nothing else.
+struct NoTrace {};
+
+void note(NoTrace&, const Vec3d&) {}
 void note(Trace& trace, const Vec3d& v) {
     for (double c : {v.x, v.y, v.z})
         if (std::fabs(c) > trace.largest) trace.largest = std::fabs(c);
@@ -44,14 +49,20 @@ struct MapWeights {
     float collision, bulge, centreIn, centreOut, slideIn, slideOut;
 };
 
-void moveByCollision(Vec3d& controlPoint, int k, const Tweak& t, const TweakVectors& v, float mapWeight,
-                     Trace& trace) {
-    const Vec3d toPoint = controlPoint - widen(v.planePoint);
-    const double exact = dot(widen(v.planeNormal), toPoint);
-    const float dist = static_cast<float>(exact);
+void noteBoundary(NoTrace&, double) {}
+void noteBoundary(Trace& trace, double exact) {
     const double doubt = 1e-12 * trace.largest;
     if (static_cast<float>(exact + doubt) != static_cast<float>(exact - doubt))
         trace.collisionNearBoundary = true;
+}
+
+template <class T>
+void moveByCollision(Vec3d& controlPoint, int k, const Tweak& t, const TweakVectors& v, float mapWeight,
+                     T& trace) {
+    const Vec3d toPoint = controlPoint - widen(v.planePoint);
+    const double exact = dot(widen(v.planeNormal), toPoint);
+    const float dist = static_cast<float>(exact);
+    noteBoundary(trace, exact);
     if (!((dist < 0.0f && k < 0) || (dist > 0.0f && k > 0))) return;
     const float held = clamp01(v.angleWeight);
     const float x = v.planeNormal.x * dist * t.collision * held * mapWeight;
@@ -60,8 +71,9 @@ void moveByCollision(Vec3d& controlPoint, int k, const Tweak& t, const TweakVect
     controlPoint -= Vec3d{x, y, z};
 }
 
+template <class T>
 void tweakCentreJoint(Vec3d* cvs, int n, bool simple, const Matrix44d& currentMatrix, const Tweak& t,
-                      const TweakVectors& v, const MapWeights& maps, Trace& trace) {
+                      const TweakVectors& v, const MapWeights& maps, T& trace) {
     const Vec3d deformVec = widen(v.deformVec), nextVec = widen(v.nextVec), prevVec = widen(v.prevVec);
     const Vec3d planeNormal = widen(v.planeNormal), zAxis = widen(v.zAxis);
     const double angleWeight = v.angleWeight;
@@ -112,9 +124,11 @@ void tweakCentreJoint(Vec3d* cvs, int n, bool simple, const Matrix44d& currentMa
     }
 }
 
-Vec3d curvePoint(const Vec3d* cvs, const float* knots, int count, float param, Trace& trace) {
+template <class T>
+Vec3d curvePoint(const Vec3d* cvs, const float* knots, int count, float param, T& trace) {
     const auto knotCount = static_cast<unsigned>(count + 4);
-    if (count >= 4) { // note the terms of the sum: outside [0, 1] they are larger than the result
+    if (std::is_same<T, Trace>::value &&
+        count >= 4) { // note the terms of the sum: outside [0, 1] they are larger than the result
         const unsigned span = findSpan(knots, knotCount, 3, param);
         float basis[8];
         basisFunction(knots, 3, span, param, basis);
@@ -123,8 +137,9 @@ Vec3d curvePoint(const Vec3d* cvs, const float* knots, int count, float param, T
     return evaluate(cvs, knots, 3, knotCount, param);
 }
 
+template <class T>
 void blendBlock(const PointStage& s, int b, std::size_t i, const Vec3d& meshPoint, const MapWeights& maps,
-                Vec3d& point, Trace& trace) {
+                Vec3d& point, T& trace) {
     const BlockInfo& block = s.blocks[b];
     const float blockWeight = s.blockWeights[static_cast<std::size_t>(b) * s.pointCount + i];
     const float weight = clamp01(blockWeight * block.env * s.envelope);
@@ -166,8 +181,9 @@ void blendBlock(const PointStage& s, int b, std::size_t i, const Vec3d& meshPoin
     point = moved * static_cast<double>(weight) + point * rest;
 }
 
-Trace deformPoint(const PointStage& s, std::size_t i) {
-    Trace trace;
+template <class T>
+T deformPoint(const PointStage& s, std::size_t i) {
+    T trace{};
     const float pointWeight = i < s.pointWeightCount ? s.pointWeights[i] : 1.0f;
     if (!(pointWeight >= kThreshold)) return trace;
     if (!(s.ordersStart[i] < s.ordersEnd[i])) return trace;
@@ -191,8 +207,10 @@ Trace deformPoint(const PointStage& s, std::size_t i) {
 void deformPoints(const PointStage& stage, std::vector<Trace>* traces) {
     if (traces) traces->assign(stage.pointCount, Trace{});
     for (std::size_t i = 0; i < stage.pointCount; ++i) {
-        const Trace trace = deformPoint(stage, i);
-        if (traces) (*traces)[i] = trace;
+        if (traces)
+            (*traces)[i] = deformPoint<Trace>(stage, i);
+        else
+            deformPoint<NoTrace>(stage, i);
     }
 }
 

@@ -2,6 +2,7 @@
 // The choice of a variant and its table.
 #include "kernels/dispatch.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -24,6 +25,11 @@ const VariantTable& chooseForProcess() {
     Variant variant;
     if (!chooseVariant(cpuFeatures(), std::getenv("TALVISORA_CPU"), variant)) std::abort();
     return variantTable(variant);
+}
+
+std::atomic<const VariantTable*>& chosenTable() {
+    static std::atomic<const VariantTable*> table{&chooseForProcess()};
+    return table;
 }
 
 } // namespace
@@ -71,8 +77,11 @@ const VariantTable& variantTable(Variant variant) {
 }
 
 const VariantTable& activeTable() {
-    static const VariantTable& table = chooseForProcess();
-    return table;
+    return *chosenTable().load(std::memory_order_relaxed);
+}
+
+void useVariant(Variant variant) {
+    chosenTable().store(&variantTable(variant), std::memory_order_relaxed);
 }
 
 } // namespace talvisora

@@ -24,4 +24,8 @@ const VariantTable& variantTable(Variant variant);
 /// The functions chosen for this process, on first use. A processor without SSE 2 ends the process.
 const VariantTable& activeTable();
 
+/// From now on the process uses this variant, which this machine must be able to run. For measurements that
+/// compare variants in one run; results are the same whenever it is called.
+void useVariant(Variant variant);
+
 } // namespace talvisora

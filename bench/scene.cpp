@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+// The same scene through each of the calls that are timed.
+#include "bench/scene.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "evaluate/block_stage.h"
+#include "reference/literal_deform.h"
+#include "rig/rig_arrays.h"
+
+namespace talvisora::bench {
+
+Scene::Scene(const LimbOptions& options) : limb_(options) {
+    node_.sharedInputs["Hier limb"] = limb_.hierarchy;
+    record_.points = limb_.restPoints;
+    record_.weights.assign(limb_.restPoints.size(), 1.0f);
+    if (node_.deformCpu(limb_.attributes, record_) != 0) {
+        std::fprintf(stderr, "talvisora_bench: the evaluation failed\n");
+        std::exit(1);
+    }
+    for (const Vec3d& p : limb_.restPoints)
+        for (double c : {p.x, p.y, p.z}) skinRest_.push_back(static_cast<float>(c));
+    skinPoints_ = skinRest_;
+    for (double m : limb_.skinMatrices) skinMatrices_.push_back(static_cast<float>(m));
+}
+
+std::uint64_t Scene::hash() const {
+    std::uint64_t hash = 1469598103934665603ull;
+    for (const Vec3d& p : record_.points) {
+        std::uint64_t bits[3];
+        std::memcpy(bits, &p, sizeof bits);
+        for (std::uint64_t b : bits) hash = (hash ^ b) * 1099511628211ull;
+    }
+    return hash;
+}
+
+void Scene::nextPose() {
+    step_ = 1 - step_;
+    limb_.pose(step_);
+    restore();
+}
+
+void Scene::keepCaches(bool keep) {
+    castTo<GrBoolean>(limb_.attributes["CACHE_ATTRIBUTES"])->value = keep;
+}
+
+void Scene::rigStage() {
+    const auto blocks = castTo<GrCompound>(limb_.attributes["talvisora__block"]);
+    const BlockStage stage{*blocks, *limb_.hierarchy, node_.tweaks, kCpuSetupLines, false, true};
+    if (!setUpBlocks(stage, rigCache(node_), *node_.rigArrays).empty()) std::exit(1);
+}
+
+void Scene::literalStage() {
+    literal::deformPoints(stage());
+}
+
+void Scene::blend(const Blend<float>& blend, std::size_t first, std::size_t end) {
+    blend.run({skinPoints_.data(), limb_.skinJoints.data(), limb_.skinWeights.data(), skinMatrices_.data()},
+              first, end);
+}
+
+void Scene::blend(const Blend<double>& blend, std::size_t first, std::size_t end) {
+    blend.run(
+        {&record_.points[0].x, limb_.skinJoints.data(), limb_.skinWeights.data(), limb_.skinMatrices.data()},
+        first, end);
+}
+
+void Scene::bytes(std::size_t first, std::size_t end) {
+    moveBytes({&record_.points[0].x, record_.weights.data(), node_.blockWeights.data(), node_.params.data(),
+               node_.ordersStart.data(), node_.ordersEnd.data()},
+              first, end);
+}
+
+PointStage Scene::stage() {
+    const RigArrays& rig = *node_.rigArrays;
+    PointStage stage;
+    stage.points = record_.points.data();
+    stage.pointCount = record_.points.size();
+    stage.pointWeights = record_.weights.data();
+    stage.pointWeightCount = record_.weights.size();
+    stage.geoMatrix = &castTo<GrMatrix>(limb_.attributes["talvisora__geoMatrix"])->value;
+    stage.geoMatrixInverse = &node_.geoMatrixInverse;
+    stage.blockCount = node_.blockCount;
+    stage.ordersStart = node_.ordersStart.data();
+    stage.ordersEnd = node_.ordersEnd.data();
+    stage.blockWeights = node_.blockWeights.data();
+    stage.params = node_.params.data();
+    stage.weightMaps = node_.weightMaps.data();
+    stage.blocks = rig.blocks.data();
+    stage.knots = rig.knots.data();
+    stage.cvMatrices = rig.cvMatrices.data();
+    stage.cvBaseMatrices = rig.cvBaseMatrices.data();
+    stage.cvBaseMatricesInverse = rig.cvBaseMatricesInverse.data();
+    stage.tweaks = node_.tweaks.data();
+    stage.tweakVectors = rig.tweakVectors.data();
+    return stage;
+}
+
+} // namespace talvisora::bench
