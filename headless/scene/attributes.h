@@ -44,6 +44,10 @@ HEADLESS_API std::vector<FloatElement> floatElements(const FloatArrayPath& path)
 /// when the node has no such attribute. Not written to the journal.
 HEADLESS_API bool setFloatElements(const FloatArrayPath& path, const std::vector<float>& values);
 
+/// The same with the elements that are named, in any order; of two with one index the later one counts.
+HEADLESS_API bool setSparseFloatElements(const FloatArrayPath& path,
+                                         const std::vector<FloatElement>& elements);
+
 /// Logical indices of the compound's existing elements, ascending.
 HEADLESS_API std::vector<unsigned int> compoundElements(const MObject& node, const std::string& compound);
 

@@ -104,13 +104,20 @@ std::vector<FloatElement> floatElements(const FloatArrayPath& path) {
 }
 
 bool setFloatElements(const FloatArrayPath& path, const std::vector<float>& values) {
+    std::vector<FloatElement> elements;
+    elements.reserve(values.size());
+    for (float value : values) elements.push_back({static_cast<unsigned int>(elements.size()), value});
+    return setSparseFloatElements(path, elements);
+}
+
+bool setSparseFloatElements(const FloatArrayPath& path, const std::vector<FloatElement>& elements) {
     Scene& s = scene();
     std::lock_guard<std::mutex> lock(s.mutex);
     FloatPlace place;
     if (!placeOf(s, path, place)) return false;
     SparseFloats& array = *s.arrayAt(place);
     array = SparseFloats();
-    for (std::size_t i = 0; i < values.size(); ++i) array.get(static_cast<unsigned int>(i)) = values[i];
+    for (const FloatElement& element : elements) array.get(element.index) = element.value;
     return true;
 }
 

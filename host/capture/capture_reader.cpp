@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <set>
 
 namespace talvisora::host {
 
@@ -192,26 +193,32 @@ void checkTogether(const Capture& capture) {
         if (evaluation && !record)
             throw HostError(ExitCode::kInput, "/record: needed by /calls/" + std::to_string(k));
     }
-    const auto checkSelection = [&capture](const std::vector<SelectionItem>& items,
-                                           const std::string& where) {
+    std::set<std::string> meshes;
+    for (std::size_t k = 0; k < capture.meshes.size(); ++k) {
+        const std::string& name = capture.meshes[k].name;
+        if (name.empty() || name == capture.node)
+            throw HostError(ExitCode::kInput,
+                            "/meshes/" + std::to_string(k) + "/name: " +
+                                (name.empty() ? "a mesh needs a name" : "'" + name + "' is the node's name"));
+        if (!meshes.insert(name).second)
+            throw HostError(ExitCode::kInput,
+                            "/meshes/" + std::to_string(k) + "/name: '" + name + "' is given twice");
+    }
+    const auto checkSelection = [&meshes](const std::vector<SelectionItem>& items, const std::string& where) {
         for (std::size_t k = 0; k < items.size(); ++k) {
-            const auto named = [&](const CaptureMesh& mesh) { return mesh.name == items[k].name; };
-            if (items[k].kind != SelectionItem::Kind::kNode &&
-                std::none_of(capture.meshes.begin(), capture.meshes.end(), named))
-                throw HostError(ExitCode::kInput, where + "/" + std::to_string(k) +
-                                                      "/mesh: no mesh of the capture is called '" +
-                                                      items[k].name + "'");
+            const bool isMesh = meshes.count(items[k].name) != 0;
+            const bool isNode = items[k].kind == SelectionItem::Kind::kNode;
+            if (isMesh != isNode) continue;
+            throw HostError(ExitCode::kInput,
+                            where + "/" + std::to_string(k) +
+                                (isNode ? "/node: '" + items[k].name + "' is a mesh; write \"mesh\""
+                                        : "/mesh: no mesh of the capture is called '" + items[k].name + "'"));
         }
     };
     checkSelection(capture.selection, "/selection");
     for (std::size_t k = 0; k < capture.calls.size(); ++k)
         if (capture.calls[k].selection)
             checkSelection(*capture.calls[k].selection, "/calls/" + std::to_string(k) + "/selection");
-    for (std::size_t k = 0; k < capture.meshes.size(); ++k)
-        for (std::size_t other = 0; other < k; ++other)
-            if (capture.meshes[k].name == capture.meshes[other].name)
-                throw HostError(ExitCode::kInput, "/meshes/" + std::to_string(k) + "/name: '" +
-                                                      capture.meshes[k].name + "' is given twice");
 }
 
 std::string readFile(const std::string& path) {

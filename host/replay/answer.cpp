@@ -57,4 +57,15 @@ void writeOutput(JsonWriter& json, const GrData& data) {
     json.endObject().endObject();
 }
 
+void writeChange(JsonWriter& json, const SceneChange& change) {
+    json.key("commands").value(change.commands);
+    json.key("written").beginObject();
+    for (const auto& [array, list] : change.written) {
+        json.key("block[" + std::to_string(array.first) + "]." + array.second).beginObject();
+        json.key("indices").value(list.indices).key("values").value(list.values);
+        json.endObject();
+    }
+    json.endObject();
+}
+
 } // namespace talvisora::host

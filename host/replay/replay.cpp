@@ -4,6 +4,7 @@
 #include "command.h"
 #include "host/capture/json_writer.h"
 #include "host/replay/answer.h"
+#include "host/replay/replay_scene.h"
 #include "host/session.h"
 
 #include <optional>
@@ -16,12 +17,14 @@ namespace {
 class Replay {
 public:
     Replay(const Module& module, const Capture& capture, const ReplayOptions& options)
-        : session_(module, capture.node, options.threads) {
+        : session_(module, capture.node, options.threads), scene_(capture.meshes, session_.node().object) {
         session_.attributes = capture.attributes;
         session_.sharedInputs() = capture.sharedInputs;
         session_.record = capture.record;
         if (capture.record) points_ = capture.record->points;
         bindNodeValues();
+        scene_.fill(session_.attributes);
+        scene_.select(capture.selection);
     }
 
     ReplayAnswer run(const std::vector<CaptureCall>& calls) {
@@ -117,31 +120,23 @@ private:
             notAvailable(json, "it exports no '" + call.name + "'");
             return;
         }
-        ValueMap arguments = contextValues();
+        ValueMap arguments = session_.commandArguments();
         for (const std::string& left : call.omit) arguments.erase(left);
         for (const auto& entry : call.arguments) arguments[entry.first] = entry.second;
         bindPointers(arguments, session_.pointerTargets());
 
         const auto before = arguments.find(key::kOutput);
         const std::shared_ptr<GrData> held = before == arguments.end() ? nullptr : before->second;
+        scene_.startCall();
         outcome(json, session_.runCommand(call.name, arguments), true);
         const auto after = arguments.find(key::kOutput);
         const bool written = after != arguments.end() && after->second && after->second != held;
         if (written) writeOutput(json.key("output"), *after->second);
-    }
 
-    ValueMap contextValues() {
-        const auto pointer = [](PointerTarget target) {
-            auto data = std::make_shared<CapturedPtr>();
-            data->target = target;
-            return data;
-        };
-        return {{key::kHelp, std::make_shared<GrBoolean>()},
-                {key::kNodeName, makeText(session_.nodeName())},
-                {key::kNode, pointer(PointerTarget::kNode)},
-                {key::kGetAttributes, pointer(PointerTarget::kContext)},
-                {key::kRunAttributes, pointer(PointerTarget::kAttributes)},
-                {key::kDeformAttributes, pointer(PointerTarget::kRecord)}};
+        const SceneChange change = scene_.finishCall();
+        scene_.store(change, session_.attributes);
+        const bool writes = call.name == "resetParams" || call.name == "resetWeights";
+        if (writes || !change.commands.empty() || !change.written.empty()) writeChange(json, change);
     }
 
     void set(const CaptureCall& call) {
@@ -155,6 +150,8 @@ private:
             if (call.record->points) points_ = *call.record->points;
         }
         bindNodeValues();
+        scene_.fill(session_.attributes);
+        if (call.selection) scene_.select(*call.selection);
     }
 
     void bindNodeValues() {
@@ -165,6 +162,7 @@ private:
     static constexpr int kNotOffered = 2; // status of a node without a GPU path
 
     Session session_;
+    ReplayScene scene_;                        // names the session's node, so it goes first
     std::vector<Vec3d> points_;                // what a fresh evaluation starts from
     std::optional<std::vector<Vec3d>> result_; // of the last evaluation
     bool failed_ = false, unavailable_ = false;

@@ -274,6 +274,15 @@ TEST_F(Plugs, JournalListsWhatWasWrittenSinceTheMark) {
     EXPECT_TRUE(headless::writeJournal().empty());
 }
 
+TEST_F(Plugs, ElementsCanBeGivenOneByOneInAnyOrder) {
+    ASSERT_TRUE(headless::setFloatElements(path(), {0.5f, 0.25f, 0.125f}));
+    ASSERT_TRUE(headless::setSparseFloatElements(path(), {{900, 1.0f}, {1, 2.0f}, {900, 3.0f}}));
+    EXPECT_EQ(headless::floatElements(path()), (Elements{{1, 2.0f}, {900, 3.0f}}));
+    ASSERT_TRUE(headless::setSparseFloatElements(path(), {}));
+    EXPECT_EQ(headless::floatElements(path()), Elements{});
+    EXPECT_FALSE(headless::setSparseFloatElements(path("gone"), {{0, 1.0f}}));
+}
+
 TEST_F(Plugs, AttributeNamesAreUniqueOnANode) {
     EXPECT_FALSE(headless::addCompoundArray(node, "block", {"a"}));
     EXPECT_FALSE(headless::addCompoundArray(node, "other", {"params"}));
