@@ -6,9 +6,8 @@
 #include "host/character/linear_blend.h"
 #include "host/deform/frame_outputs.h"
 #include "host/deform/frame_sheet.h"
+#include "host/deform/stage.h"
 #include "host/progress.h"
-#include "host/rig_file/rig_fit.h"
-#include "host/rig_values.h"
 
 #include <algorithm>
 #include <chrono>
@@ -55,59 +54,25 @@ std::string describe(const CallResult& result) {
     return text;
 }
 
-// One character in one clip, bound to a session of the module.
-class Stage {
-public:
-    Stage(const DeformJob& job, const Character& character, const Clip& clip, AutoRig& rig,
-          const Module& module)
-        : job_(job),
-          character_(character),
-          clip_(clip),
-          rig_(rig),
-          session_(module, "grhost_deform", job.threads) {
-        fillSession(session_, character, rig, job.tangentTurn);
-    }
-
-    Pose pose(int frame) {
-        Pose sampled = samplePose(character_, clip_, frameSeconds(frame, job_.fps));
-        applyPose(rig_, sampled);
-        setFrame(session_, character_, rig_);
-        return sampled;
-    }
-
-    // The frame must have been posed. The result stays until the next pose.
-    const std::vector<Vec3d>& deform(int frame, DeformReport& report) {
-        const CallResult result = session_.deformCpu();
-        report.deformSeconds += result.seconds;
-        ++report.frames;
-        const std::string where = job_.character + ": frame " + std::to_string(frame) + ": ";
-        if (result.threw || result.status != 0)
-            throw HostError(ExitCode::kModuleFailed, where + describe(result));
-        const std::vector<Vec3d>& points = session_.record->points;
-        const auto broken = std::find_if_not(points.begin(), points.end(), isFinite);
-        if (broken != points.end())
-            throw HostError(
-                ExitCode::kModuleFailed,
-                where +
-                    std::to_string(points.end() - broken - std::count_if(broken, points.end(), isFinite)) +
-                    " deformed points are not finite, the first is point " +
-                    std::to_string(broken - points.begin()) +
-                    "; look at the joints' matrices with --capture");
-        return points;
-    }
-
-    void writeCaptureOf(int frame, const std::string& path) {
-        pose(frame);
-        writeCapture(path, session_.capture());
-    }
-
-private:
-    const DeformJob& job_;
-    const Character& character_;
-    const Clip& clip_;
-    AutoRig& rig_;
-    Session session_;
-};
+// The frame's points from the module. The frame must have been posed; the list stays until the next pose.
+const std::vector<Vec3d>& deformFrame(Stage& stage, const std::string& character, int frame,
+                                      DeformReport& report) {
+    const CallResult result = stage.session().deformCpu();
+    report.deformSeconds += result.seconds;
+    ++report.frames;
+    const std::string where = character + ": frame " + std::to_string(frame) + ": ";
+    if (result.threw || result.status != 0)
+        throw HostError(ExitCode::kModuleFailed, where + describe(result));
+    const std::vector<Vec3d>& points = stage.session().record->points;
+    const auto broken = std::find_if_not(points.begin(), points.end(), isFinite);
+    if (broken != points.end())
+        throw HostError(
+            ExitCode::kModuleFailed,
+            where + std::to_string(points.end() - broken - std::count_if(broken, points.end(), isFinite)) +
+                " deformed points are not finite, the first is point " +
+                std::to_string(broken - points.begin()) + "; look at the joints' matrices with --capture");
+    return points;
+}
 
 void describeRig(const Character& character, const AutoRig& rig, DeformReport& report) {
     report.points = character.points.size();
@@ -139,38 +104,25 @@ DeformReport runDeformJob(const DeformJob& job) {
     checkOptions(job);
     chooseVariant(job.variant);
 
-    std::optional<RigFile> rigFile;
-    if (!job.rig.empty()) rigFile = readRigFile(job.rig, {job.keepUnknown, nullptr});
-    // The rig file remembers how the character was read; what the user says comes first.
-    const FileUnit units = rigFile && job.units == FileUnit::kFromFile ? unitsOf(*rigFile) : job.units;
-    const bool zUp = (job.up.empty() && rigFile ? rigFile->upAxis : job.up) == "z";
-
-    const Character character = readCharacter(job.character, {units});
-    const Clip& clip = character.clips[findClip(character, job.clip)];
-    const int last = lastFrame(clip, job.fps);
+    DeformInputs inputs(job);
+    const Character& character = inputs.character;
     const bool wholeRun = !job.outputs.empty() || job.baseline || !job.frames.empty();
-    const auto framesOf = [&](const std::string& text) {
-        try {
-            return parseFrames(text, last);
-        } catch (const HostError& error) {
-            if (error.code == ExitCode::kUsage) throw; // the text alone is wrong
-            throw HostError(error.code, "'" + job.character + "': clip '" + clip.name + "': " + error.what());
-        }
-    };
-    const std::vector<int> clipFrames = framesOf(job.frames);
+    const std::vector<int>& clipFrames = inputs.frames;
     std::vector<int> pictureFrames;
     if (!job.picture.empty())
-        pictureFrames = job.pictureFrames.empty() ? spread(clipFrames, 4) : framesOf(job.pictureFrames);
-    const int captureFrame =
-        job.captureFrame == 0 ? clipFrames.front() : framesOf(std::to_string(job.captureFrame)).front();
+        pictureFrames =
+            job.pictureFrames.empty() ? spread(clipFrames, 4) : inputs.framesOf(job.pictureFrames);
+    const int captureFrame = job.captureFrame == 0
+                                 ? clipFrames.front()
+                                 : inputs.framesOf(std::to_string(job.captureFrame)).front();
 
     DeformReport report;
     report.character = job.character;
-    report.clip = clip.name;
-    AutoRig rig = rigFile ? fitRig(*rigFile, character) : buildAutoRig(character, job.blocks);
-    describeRig(character, rig, report);
+    report.clip = inputs.clip->name;
+    inputs.buildRig();
+    describeRig(character, inputs.rig, report);
     const Module module(job.module);
-    Stage stage(job, character, clip, rig, module);
+    Stage stage(inputs, module, "grhost_deform");
 
     // What to evaluate: the frames for the files, then those that only the picture shows.
     const std::vector<int> fileFrames = wholeRun ? clipFrames : std::vector<int>();
@@ -189,12 +141,15 @@ DeformReport runDeformJob(const DeformJob& job) {
     toFile(context.restPoints, character.points);
     context.frames = clipFrames;
     context.fps = job.fps;
-    context.clipName = clip.name;
-    context.zUp = zUp;
+    context.clipName = inputs.clip->name;
+    context.zUp = inputs.zUp;
     std::vector<std::unique_ptr<FrameOutput>> outputs;
     for (const std::string& path : job.outputs) outputs.push_back(openOutput(path, context));
     if (!job.picture.empty()) checkWritable(job.picture);
-    if (!job.capture.empty()) stage.writeCaptureOf(captureFrame, job.capture);
+    if (!job.capture.empty()) {
+        stage.pose(captureFrame);
+        writeCapture(job.capture, stage.session().capture());
+    }
 
     DeformQuality quality(character.points, character.pointTriangles());
     std::map<int, SheetFrame> shown;
@@ -203,7 +158,7 @@ DeformReport runDeformJob(const DeformJob& job) {
     for (std::size_t k = 0; k < frames.size(); ++k) {
         const int frame = frames[k];
         const Pose pose = stage.pose(frame);
-        const std::vector<Vec3d>& deformed = stage.deform(frame, report);
+        const std::vector<Vec3d>& deformed = deformFrame(stage, job.character, frame, report);
         const bool forFiles = k < fileFrames.size();
         const std::vector<Vec3d> reference =
             job.baseline ? linearBlend(character, pose) : std::vector<Vec3d>();
@@ -225,7 +180,7 @@ DeformReport runDeformJob(const DeformJob& job) {
     }
     if (!job.picture.empty()) {
         SheetOptions options;
-        const Vec3d up = zUp ? Vec3d{0.0, 0.0, 1.0} : Vec3d{0.0, 1.0, 0.0};
+        const Vec3d up = inputs.zUp ? Vec3d{0.0, 0.0, 1.0} : Vec3d{0.0, 1.0, 0.0};
         options.view = job.view == "front" ? frontView(up) : threeQuarterView(up);
         std::vector<SheetFrame> sheet;
         for (const int frame : pictureFrames) sheet.push_back(shown[frame]);
