@@ -5,10 +5,6 @@
 #include "host/host_error.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <set>
 
 namespace talvisora::host {
@@ -221,19 +217,6 @@ void checkTogether(const Capture& capture) {
             checkSelection(*capture.calls[k].selection, "/calls/" + std::to_string(k) + "/selection");
 }
 
-std::string readFile(const std::string& path) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error))
-        throw HostError(ExitCode::kInput, "is a folder; name a capture file");
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
-        throw HostError(ExitCode::kInput, std::string("cannot be opened (") + std::strerror(errno) +
-                                              "); check the path and its permissions");
-    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (file.bad()) throw HostError(ExitCode::kInput, "reading failed");
-    return text;
-}
-
 Capture readDocument(std::string_view text) {
     const JsonValue json = parseJson(text);
     const JsonPlace place;
@@ -282,7 +265,7 @@ Capture parseCapture(std::string_view text) {
 
 Capture readCapture(const std::string& path) {
     try {
-        return parseCapture(readFile(path));
+        return parseCapture(readJsonFile(path));
     } catch (const HostError& error) {
         throw HostError(error.code, path + ": " + error.what());
     }

@@ -8,7 +8,11 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
 
 namespace talvisora::host {
 
@@ -162,6 +166,19 @@ JsonValue parseJson(std::string_view text) {
     TreeBuilder builder(text);
     nlohmann::json::sax_parse(text.begin(), text.end(), &builder);
     return std::move(builder.root);
+}
+
+std::string readJsonFile(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error))
+        throw HostError(ExitCode::kInput, "is a folder; name a capture file");
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        throw HostError(ExitCode::kInput, std::string("cannot be opened (") + std::strerror(errno) +
+                                              "); check the path and its permissions");
+    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (file.bad()) throw HostError(ExitCode::kInput, "reading failed");
+    return text;
 }
 
 } // namespace talvisora::host

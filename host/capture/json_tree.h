@@ -86,4 +86,7 @@ private:
 /// beyond a double, a key that occurs twice in one object, nesting deeper than kMaxJsonDepth.
 JsonValue parseJson(std::string_view text);
 
+/// The text of a file. Throws HostError kInput without the path: a folder, cannot be opened, reading failed.
+std::string readJsonFile(const std::string& path);
+
 } // namespace talvisora::host
