@@ -64,7 +64,11 @@ void addBind(CLI::App& app, BindJob& job, std::string& weights, std::string& par
         ->check(CLI::IsMember({"skin", "distance"}));
     app.add_option("--params", params, "curve parameters: bone (per weighted bone) or nearest")
         ->check(CLI::IsMember({"bone", "nearest"}));
-    app.add_option("--smooth", job.smooth, "passes of smoothing over the weights")
+    app.add_option("--max-distance-coeff", job.maxDistanceCoeff,
+                   "how far a block reaches, in thicknesses of the mesh round it; for --weights distance")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("FACTOR");
+    app.add_option("--smooth", job.smooth, "passes of smoothing over the weights; default: 0, for distance 5")
         ->check(CLI::Range(0, kMaxInt))
         ->type_name("N");
     app.add_option("--blocks", job.blocks.chains,
@@ -130,6 +134,34 @@ void addCheck(CLI::App& app, CheckJob& job, std::string& show, bool& json) {
     app.add_option("--view", job.view, "from where to look: front or three-quarter");
     app.add_option("--up", job.up, "the file's upward axis: y or z");
     addUnits(app, job.units);
+    app.add_flag("--json", json, "print one JSON report on standard output");
+    addModuleOptions(app, job.module, job.variant, job.threads);
+}
+
+void addReset(CLI::App& app, ResetJob& job, bool& json) {
+    app.add_option("rig", job.rig, "the rig file")->required()->type_name("RIG");
+    app.add_option("-o,--output", job.output, "the rig file to write; default: the same")
+        ->type_name("OUT.rig.json");
+    app.add_option("--block", job.blocks,
+                   "block, by its name or its number from 0; may be repeated; default: all")
+        ->type_name("BLOCK")
+        ->allow_extra_args(false);
+    app.add_option("--select", job.select, "points to change, e.g. 0-99,120; default: all")
+        ->type_name("LIST");
+    app.add_option("--smooth", job.smooth, "passes of smoothing over the mesh's edges")
+        ->check(CLI::Range(0, kMaxInt))
+        ->type_name("N");
+    if (job.kind == ResetKind::kWeights) {
+        app.add_option("--base", job.base, "block that takes what the others leave of a point")
+            ->type_name("BLOCK");
+        app.add_option("--max-distance-coeff", job.maxDistanceCoeff,
+                       "how far the block reaches, in thicknesses of the mesh round it; default: 2")
+            ->check(CLI::NonNegativeNumber)
+            ->type_name("FACTOR");
+    }
+    app.add_option("--character", job.character, "the character; default: the one that the rig file names")
+        ->type_name("FILE");
+    app.add_flag("--keep-unknown", job.keepUnknown, "take rig files with keys that are not known");
     app.add_flag("--json", json, "print one JSON report on standard output");
     addModuleOptions(app, job.module, job.variant, job.threads);
 }
@@ -205,6 +237,11 @@ ExitCode run(int argc, char** argv) {
     std::string bindWeights = "skin", bindParams = "bone";
     bool bindJson = false;
     CLI::App& bindApp = *app.add_subcommand("bind", "write the rig of a character as a file");
+    ResetJob paramsJob, weightsJob;
+    weightsJob.kind = ResetKind::kWeights;
+    bool paramsJson = false, weightsJson = false;
+    CLI::App& weightsApp = *app.add_subcommand("weights", "give blocks of a rig their weights from the mesh");
+    CLI::App& paramsApp = *app.add_subcommand("params", "give blocks of a rig their curve parameters");
     CheckJob checkJob;
     std::string checkShow = "weights";
     bool checkJson = false;
@@ -217,6 +254,8 @@ ExitCode run(int argc, char** argv) {
     CLI::App& transferApp = *app.add_subcommand("transfer", "carry a rig to another mesh");
     CLI::App& deformApp = *app.add_subcommand("deform", "deform a skinned, animated character");
     addBind(bindApp, bindJob, bindWeights, bindParams, bindJson);
+    addReset(paramsApp, paramsJob, paramsJson);
+    addReset(weightsApp, weightsJob, weightsJson);
     addMirror(mirrorApp, mirrorJob, mirrorAxis, mirrorFrom, mirrorJson);
     addTransfer(transferApp, transferJob, transferJson);
     addCheck(checkApp, checkJob, checkShow, checkJson);
@@ -241,6 +280,8 @@ ExitCode run(int argc, char** argv) {
         bindJob.blocks.params = bindParams == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;
         return runBindVerb(bindJob, bindJson);
     }
+    if (paramsApp.parsed()) return runResetVerb(paramsJob, paramsJson);
+    if (weightsApp.parsed()) return runResetVerb(weightsJob, weightsJson);
     if (mirrorApp.parsed()) {
         mirrorJob.options.axis = mirrorAxis[0] - 'x';
         mirrorJob.options.fromPositive = mirrorFrom == "plus";

@@ -2,13 +2,16 @@
 // Order: options, the module where it is needed, the character, the rig, the file.
 #include "host/bind/bind_job.h"
 
+#include "host/bind/distance_weights.h"
+#include "host/bind/nearest_bones.h"
 #include "host/deform/frame_outputs.h"
 #include "host/rig_file/rig_fit.h"
+#include "host/text_table.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <map>
-#include <optional>
 
 namespace talvisora::host {
 
@@ -16,23 +19,25 @@ namespace {
 
 constexpr double kLeftBehind = 1e-3;
 
-// The module when weights are to come from it.
-std::optional<Module> moduleFor(const BindJob& job, const ModuleBinder& throughModule) {
-    if (job.weights == BindWeights::kSkin && job.smooth == 0) return {};
+// Weights and parameters through the module's commands.
+void bindByDistance(const BindJob& job, const Character& character, const AutoRig& rig, RigFile& file,
+                    std::vector<std::string>& notes) {
     chooseVariant(job.variant);
-    std::optional<Module> module(std::in_place, job.module);
-    if (!throughModule || !module->command("resetWeights"))
-        throw HostError(ExitCode::kUsage,
-                        module->path() + ": the module does not offer resetWeights, which " +
-                            (job.weights == BindWeights::kDistance ? "--weights distance" : "--smooth") +
-                            " needs; use --weights skin, or name another module with --module FILE");
-    return module;
-}
-
-// How wide a text is on a terminal: bytes that go on with a character do not count.
-std::size_t width(const std::string& text) {
-    return static_cast<std::size_t>(std::count_if(
-        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xc0) != 0x80; }));
+    const Module module(job.module);
+    for (const ResetKind kind : {ResetKind::kWeights, ResetKind::kParams})
+        requireReset(module, kind, "--weights distance");
+    ResetStage stage(module, character, rig, job.threads);
+    const DistanceResult result = weighByDistance(stage, character, rig, job.maxDistanceCoeff, file);
+    for (std::size_t b = 0; b < file.blocks.size(); ++b) {
+        RigFileBlock& block = file.blocks[b];
+        block.params = stage.run({ResetKind::kParams, b, 0, 0.0}, block.params, "block '" + block.name + "'");
+        if (result.reached[b] == 0)
+            notes.push_back("block '" + block.name +
+                            "' reaches no point: its curve lies outside the mesh, or the mesh is open there");
+    }
+    if (result.unreached)
+        notes.push_back(std::to_string(result.unreached) +
+                        " points are out of reach of every block; the nearest bone takes them");
 }
 
 std::size_t pointsLeftBehind(const AutoRig& rig) {
@@ -85,38 +90,28 @@ std::string blockTable(const std::vector<BlockLine>& lines) {
                         line.lastJoint + (line.end ? " (+ end)" : ""), std::to_string(line.records),
                         std::to_string(line.points), mean});
     }
-    std::vector<std::size_t> widths(rows[0].size(), 0);
-    for (const auto& row : rows)
-        for (std::size_t c = 0; c < row.size(); ++c) widths[c] = std::max(widths[c], width(row[c]));
-    std::string table;
-    for (const auto& row : rows) {
-        std::string text;
-        for (std::size_t c = 0; c < row.size(); ++c) {
-            const std::string blanks(widths[c] - width(row[c]), ' ');
-            text += (c ? "  " : "") + (c < 3 ? row[c] + blanks : blanks + row[c]); // numbers to the right
-        }
-        for (char& c : text)
-            if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?'; // a row stays one line
-        table += text + "\n";
-    }
-    return table;
+    return alignedTable(rows, 3);
 }
 
-BindReport runBindJob(const BindJob& job, const ModuleBinder& throughModule) {
+BindReport runBindJob(const BindJob& job) {
     checkRigPath(job.output);
     checkFilesApart(job.character, {job.output}, "", "");
     if (job.up != "y" && job.up != "z")
         throw HostError(ExitCode::kUsage, "--up " + job.up + ": y or z expected");
-    const std::optional<Module> module = moduleFor(job, throughModule);
+    const bool byDistance = job.weights == BindWeights::kDistance;
+    if (!std::isfinite(job.maxDistanceCoeff) || job.maxDistanceCoeff < 0.0)
+        throw HostError(ExitCode::kUsage, "--max-distance-coeff: a number of 0 or more expected");
 
     const Character character = readCharacter(job.character, {job.units});
-    const AutoRig rig = buildAutoRig(character, job.blocks);
+    AutoRig rig = buildAutoRig(byDistance ? boundToNearestBones(character) : character, job.blocks);
     RigFile file = makeRigFile(character, rig, job.output, job.units, job.up);
     file.path = job.output;
-    if (module) throughModule(*module, character, job, file);
+    if (byDistance) bindByDistance(job, character, rig, file, rig.notes);
+    smoothShares(character, job.smooth == kAutoSmooth ? (byDistance ? kDistanceSmooth : 0) : job.smooth,
+                 file);
     writeRigFile(job.output, file);
 
-    const AutoRig bound = module ? fitRig(file, character) : rig;
+    const AutoRig bound = fitRig(file, character);
     BindReport report;
     report.character = job.character;
     report.output = job.output;

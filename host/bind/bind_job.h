@@ -4,10 +4,9 @@
 #pragma once
 
 #include "host/character/auto_blocks.h"
-#include "host/module_loader.h"
+#include "host/reset/reset_job.h"
 #include "host/rig_file/rig_file.h"
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,24 +17,23 @@ enum class BindWeights {
     kDistance, ///< from the mesh alone: the module's resetWeights per block, then resetParams
 };
 
+/// Weights from the skin are smooth already; those from distance are 0 or 1 before.
+inline constexpr int kAutoSmooth = -1, kDistanceSmooth = 5;
+
 struct BindJob {
     std::string character; ///< path
     std::string output;    ///< path of the rig file
     BindWeights weights = BindWeights::kSkin;
-    int smooth = 0; ///< passes of the module's smoothing over the weights
+    double maxDistanceCoeff = kMaxDistanceCoeff; ///< how far a block reaches, in thicknesses; for kDistance
+    int smooth = kAutoSmooth; ///< passes of smoothing over the weights; kAutoSmooth: as suits the weights
     AutoBlockOptions blocks;
     FileUnit units = FileUnit::kFromFile;
     std::string up = "y"; ///< the file's upward axis: "y" or "z"
-    std::string module; ///< path; empty: the one beside the executable. Used for distance and smoothing only
+    std::string module;   ///< path; empty: the one beside the executable. Used for kDistance only
     std::string variant;
     int threads = 0;
     bool quiet = false;
 };
-
-/// What the module's commands do to a rig that is bound so far: given when weights by distance or smoothing
-/// are asked for, after the module was seen to offer resetWeights. Changes weights and params of the rig.
-using ModuleBinder =
-    std::function<void(const Module& module, const Character& character, const BindJob& job, RigFile& rig)>;
 
 /// One line of the table of blocks.
 struct BlockLine {
@@ -60,8 +58,8 @@ struct BindReport {
     std::vector<std::string> notes;
 };
 
-/// Reads, binds, writes. Throws HostError: kUsage (options; a module that does not offer resetWeights),
-/// kInput (character, module), kOutput. Whatever is thrown, an old rig file stays as it was.
-BindReport runBindJob(const BindJob& job, const ModuleBinder& throughModule = {});
+/// Reads, binds, writes. Throws HostError: kUsage (options), kInput (character; a module that does not offer
+/// the resets), kModuleFailed, kOutput. Whatever is thrown, an old rig file stays as it was.
+BindReport runBindJob(const BindJob& job);
 
 } // namespace talvisora::host

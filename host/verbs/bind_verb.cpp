@@ -2,9 +2,6 @@
 #include "host/capture/json_writer.h"
 #include "host/rig_file/npy.h"
 #include "host/verbs/verbs.h"
-
-#include <cstdio>
-
 namespace talvisora::host {
 
 namespace {
@@ -57,14 +54,7 @@ std::string chainsOf(const std::string& text) {
 ExitCode runBindVerb(BindJob job, bool json) {
     job.blocks.chains = chainsOf(job.blocks.chains);
     const BindReport report = runBindJob(job);
-    if (!job.quiet)
-        for (const std::string& note : report.notes) std::fprintf(stderr, "note: %s\n", note.c_str());
-    if (json) {
-        if (!job.quiet) std::fputs(summary(report).c_str(), stderr);
-        printOut(reportJson(report));
-    } else if (!job.quiet) {
-        printOut(summary(report));
-    }
+    printTalk({report.notes, summary(report), reportJson(report)}, json, job.quiet);
     return ExitCode::kDone;
 }
 

@@ -98,14 +98,7 @@ std::string reportJson(const DeformReport& report) {
 
 ExitCode runDeformVerb(const DeformJob& job, bool json) {
     const DeformReport report = runDeformJob(job);
-    if (!job.quiet)
-        for (const std::string& note : report.notes) std::fprintf(stderr, "note: %s\n", note.c_str());
-    if (json) {
-        if (!job.quiet) std::fputs(summary(report).c_str(), stderr);
-        printOut(reportJson(report));
-    } else if (!job.quiet) {
-        printOut(summary(report));
-    }
+    printTalk({report.notes, summary(report), reportJson(report)}, json, job.quiet);
     return ExitCode::kDone;
 }
 

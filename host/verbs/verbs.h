@@ -6,9 +6,11 @@
 #include "host/bind/bind_job.h"
 #include "host/check/check_job.h"
 #include "host/deform/deform_job.h"
+#include "host/reset/reset_job.h"
 #include "host/rig_edit/edit_jobs.h"
 
 #include <string>
+#include <vector>
 
 namespace talvisora::host {
 
@@ -48,6 +50,19 @@ ExitCode runCheckVerb(const CheckJob& job, bool json);
 /// Edit a rig file, then print what was done, or with `json` one report object.
 ExitCode runMirrorVerb(const MirrorJob& job, bool json);
 ExitCode runTransferVerb(const TransferJob& job, bool json);
+
+/// Runs the module's own reset commands on a rig file, then prints a table of what changed, or with `json`
+/// one report object.
+ExitCode runResetVerb(const ResetJob& job, bool json);
+
+/// How a verb ends that has notes, a summary for people and a report for programs: notes go to standard
+/// error; with `json` the report goes to standard output and the summary to standard error, else the summary
+/// to standard output. `quiet` leaves notes and summary out. Throws HostError kOutput.
+struct VerbTalk {
+    std::vector<std::string> notes;
+    std::string summary, json;
+};
+void printTalk(const VerbTalk& talk, bool json, bool quiet);
 
 /// Writes to standard output and makes sure that it arrived. Throws HostError kOutput.
 void printOut(const std::string& text);
