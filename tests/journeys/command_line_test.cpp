@@ -138,7 +138,8 @@ TEST_F(CommandLine, InfoTellsTheModulesAttributes) {
     const std::string module = std::string(TALVISORA_BIN_DIR) + "/libtalvisora.so";
     const Ran ran = run({"info", module});
     EXPECT_EQ(ran.exitCode, 0);
-    EXPECT_NE(ran.out.find("commands: help checkFloatingPoints\n"), std::string::npos);
+    EXPECT_NE(ran.out.find("commands: help resetParams resetWeights checkFloatingPoints\n"),
+              std::string::npos);
     EXPECT_NE(ran.out.find("env  GrFloat  default 1  from 0  to 1  keyable\n"), std::string::npos);
     EXPECT_EQ(std::count(ran.out.begin(), ran.out.end(), '\n'), 3 + 10 + 8 + 14);
     const Json json = Json::parse(run({"info", module, "--json"}).out);
