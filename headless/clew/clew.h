@@ -31,7 +31,8 @@ extern "C" {
 /// Returns CLEW_SUCCESS or CLEW_ERROR_OPEN_FAILED; after a failure all variables are null.
 HEADLESS_API int clewInit(void);
 
-/// Sets all variables to null and unloads what clewInit() loaded. No OpenCL object may be in use.
+/// Sets all variables to null; a further clewInit() looks anew. The library itself stays loaded, as OpenCL
+/// runtimes do not bear being unloaded. No OpenCL object may be in use.
 HEADLESS_API void clewExit(void);
 
 /// Name of an OpenCL error ("CL_INVALID_VALUE"); static text, never null, for every number. Empty for the

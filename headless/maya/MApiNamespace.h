@@ -42,6 +42,7 @@ class MIntArray;
 class MMatrix;
 class MMeshIsectAccelParams;
 class MObject;
+class MOpenCLInfo;
 class MPlug;
 class MPoint;
 class MPointArray;

@@ -66,7 +66,6 @@ const char* const kSystemNames[] = {"libOpenCL.so.1", "libOpenCL.so"};
 struct Loader {
     std::mutex mutex;
     bool ready = false;
-    Library opened = nullptr; // to close at clewExit; null for the process's own runtime
 };
 
 Loader& loader() {
@@ -88,7 +87,7 @@ void forget() {
 }
 
 // Opens the library and fills the variables; a library that is no OpenCL is closed again.
-bool tryLibrary(Loader& l, const char* name) {
+bool tryLibrary(const char* name) {
     const Library library = openLibrary(name);
     if (!library) return false;
     if (!findSymbol(library, "clGetPlatformIDs")) {
@@ -96,19 +95,18 @@ bool tryLibrary(Loader& l, const char* name) {
         return false;
     }
     fill(library);
-    l.opened = library;
-    return true;
+    return true; // stays loaded: runtimes have threads and tables that do not survive being unloaded
 }
 
-bool load(Loader& l) {
+bool load() {
     if (processHasOpenCL()) {
         fill(processLibrary());
         return true;
     }
     const char* chosen = std::getenv("TALVISORA_OPENCL_LIBRARY");
-    if (chosen && *chosen) return tryLibrary(l, chosen);
+    if (chosen && *chosen) return tryLibrary(chosen);
     for (const char* name : kSystemNames) {
-        if (tryLibrary(l, name)) return true;
+        if (tryLibrary(name)) return true;
     }
     return false;
 }
@@ -118,7 +116,7 @@ bool load(Loader& l) {
 int clewInit(void) {
     Loader& l = loader();
     std::lock_guard<std::mutex> lock(l.mutex);
-    if (!l.ready) l.ready = load(l);
+    if (!l.ready) l.ready = load();
     if (!l.ready) forget();
     return l.ready ? CLEW_SUCCESS : CLEW_ERROR_OPEN_FAILED;
 }
@@ -127,7 +125,5 @@ void clewExit(void) {
     Loader& l = loader();
     std::lock_guard<std::mutex> lock(l.mutex);
     forget();
-    if (l.opened) closeLibrary(l.opened);
-    l.opened = nullptr;
     l.ready = false;
 }

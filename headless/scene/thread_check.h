@@ -2,8 +2,8 @@
 // Watches that all API calls come from one thread, as Maya demands of everything the module does.
 //
 // Counted are queries on MObject, all of the function sets, selection lists, paths, plugs, data handles and
-// builders, and MGlobal. Not counted are plain values (MString, MStatus, points, vectors, arrays, copies of
-// MObject), the OpenCL handles, and the platform's own interface.
+// builders, MGlobal and MOpenCLInfo. Not counted are plain values (MString, MStatus, points, vectors, arrays,
+// copies of MObject), the OpenCL handles, and the platform's own interface.
 #pragma once
 
 #include "../headless_api.h"
