@@ -35,6 +35,27 @@ void addUnits(CLI::App& app, FileUnit& units) {
         ->type_name("UNIT");
 }
 
+// The same pictures, by the same names, wherever a rig is at hand.
+void addRigPicture(CLI::App& app, RigPictureOptions& picture) {
+    CLI::Option* path =
+        app.add_option("--picture", picture.path,
+                       "the rig as colours on the mesh; with a %b in the name: one picture per block")
+            ->type_name("FILE.png");
+    app.add_option_function<std::string>(
+           "--show", [&picture](const std::string& text) { picture.show = parsePictureOf(text); },
+           "what the colours show: weights, params or left-behind; default: weights")
+        ->needs(path)
+        ->type_name("WHAT");
+    app.add_option("--view", picture.view,
+                   "from where to look: front, side, back, three-quarter, three-quarter-back; several with "
+                   "commas; default: the last two")
+        ->needs(path)
+        ->type_name("VIEWS");
+    app.add_option("--size", picture.size, "of one view in pixels; default: 300x230")
+        ->needs(path)
+        ->type_name("WIDTHxHEIGHT");
+}
+
 void addReplay(CLI::App& app, ReplayVerb& verb) {
     app.add_option("capture", verb.capture, "capture to replay")->required()->type_name("CAPTURE.json");
     app.add_option("--device", verb.device, "OpenCL device for deformGpu, from 0")
@@ -75,6 +96,7 @@ void addBind(CLI::App& app, BindJob& job, std::string& weights, std::string& par
                    "chains chosen by hand: NAME=FIRST..LAST,… or @FILE; default: found in the skeleton")
         ->type_name("CHAINS");
     app.add_flag("--simple", job.blocks.simple, "one control point per joint, for cords and tails");
+    addRigPicture(app, job.picture);
     addUnits(app, job.units);
     app.add_option("--up", job.up, "the file's upward axis: y or z");
     app.add_flag("--json", json, "print one JSON report on standard output");
@@ -95,7 +117,8 @@ void addDeform(CLI::App& app, DeformJob& job, std::string& params, int& tangentT
     app.add_option("--picture", job.picture, "picture of chosen frames")->type_name("FILE.png");
     app.add_option("--picture-frames", job.pictureFrames, "frames of the picture; default: four of them")
         ->type_name("LIST");
-    app.add_option("--view", job.view, "from where to look: front or three-quarter");
+    app.add_option("--view", job.view,
+                   "from where to look: front, side, back, three-quarter or three-quarter-back");
     app.add_option("--up", job.up, "the file's upward axis: y or z");
     app.add_flag("--baseline", job.baseline,
                  "compare with linear-blend skinning, in figures and in the picture");
@@ -120,18 +143,14 @@ void addDeform(CLI::App& app, DeformJob& job, std::string& params, int& tangentT
     addModuleOptions(app, job.module, job.variant, job.threads);
 }
 
-void addCheck(CLI::App& app, CheckJob& job, std::string& show, bool& json) {
+void addCheck(CLI::App& app, CheckJob& job, bool& json) {
     app.add_option("target", job.target, "rig file, or a character: then the rig that deform makes up")
         ->required()
         ->type_name("RIG|CHARACTER");
     app.add_option("--character", job.character, "the character; default: the one that the rig file names")
         ->type_name("FILE");
     app.add_flag("--keep-unknown", job.keepUnknown, "take rig files with keys that are not known");
-    app.add_option("--picture", job.picture, "findings and every block as colours on the mesh")
-        ->type_name("FILE.png");
-    app.add_option("--show", show, "what the colours of the blocks show: weights or params")
-        ->check(CLI::IsMember({"weights", "params"}));
-    app.add_option("--view", job.view, "from where to look: front or three-quarter");
+    addRigPicture(app, job.picture);
     app.add_option("--up", job.up, "the file's upward axis: y or z");
     addUnits(app, job.units);
     app.add_flag("--json", json, "print one JSON report on standard output");
@@ -189,6 +208,7 @@ void addMirror(CLI::App& app, MirrorJob& job, std::string& axis, std::string& fr
         ->type_name("LEFT/RIGHT,…");
     app.add_option("--character", job.character, "the character; default: the one that the rig file names")
         ->type_name("FILE");
+    addRigPicture(app, job.picture);
     app.add_flag("--keep-unknown", job.keepUnknown, "take rig files with keys that are not known");
     app.add_flag("--json", json, "print one JSON report on standard output");
 }
@@ -206,6 +226,7 @@ void addTransfer(CLI::App& app, TransferJob& job, bool& json) {
     app.add_option("--source", job.source, "where the rig comes from; default: what the rig file names")
         ->type_name("FILE");
     addUnits(app, job.units);
+    addRigPicture(app, job.picture);
     app.add_flag("--keep-unknown", job.keepUnknown, "take rig files with keys that are not known");
     app.add_flag("--json", json, "print one JSON report on standard output");
 }
@@ -243,7 +264,6 @@ ExitCode run(int argc, char** argv) {
     CLI::App& weightsApp = *app.add_subcommand("weights", "give blocks of a rig their weights from the mesh");
     CLI::App& paramsApp = *app.add_subcommand("params", "give blocks of a rig their curve parameters");
     CheckJob checkJob;
-    std::string checkShow = "weights";
     bool checkJson = false;
     CLI::App& checkApp = *app.add_subcommand("check", "look for what is wrong with a rig");
     MirrorJob mirrorJob;
@@ -258,7 +278,7 @@ ExitCode run(int argc, char** argv) {
     addReset(weightsApp, weightsJob, weightsJson);
     addMirror(mirrorApp, mirrorJob, mirrorAxis, mirrorFrom, mirrorJson);
     addTransfer(transferApp, transferJob, transferJson);
-    addCheck(checkApp, checkJob, checkShow, checkJson);
+    addCheck(checkApp, checkJob, checkJson);
     addReplay(replayApp, replayVerb);
     addInfo(infoApp, infoVerb);
     addDeform(deformApp, job, params, tangentTurn, json);
@@ -288,10 +308,7 @@ ExitCode run(int argc, char** argv) {
         return runMirrorVerb(mirrorJob, mirrorJson);
     }
     if (transferApp.parsed()) return runTransferVerb(transferJob, transferJson);
-    if (checkApp.parsed()) {
-        checkJob.pictureOf = checkShow == "params" ? PictureOf::kParams : PictureOf::kWeights;
-        return runCheckVerb(checkJob, checkJson);
-    }
+    if (checkApp.parsed()) return runCheckVerb(checkJob, checkJson);
     job.blocks.params = params == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;
     job.tangentTurn = tangentTurn != 0;
     return runDeformVerb(job, json);

@@ -96,6 +96,7 @@ std::string blockTable(const std::vector<BlockLine>& lines) {
 BindReport runBindJob(const BindJob& job) {
     checkRigPath(job.output);
     checkFilesApart(job.character, {job.output}, "", "");
+    const RigPicture picture(job.picture, job.character, {job.output});
     if (job.up != "y" && job.up != "z")
         throw HostError(ExitCode::kUsage, "--up " + job.up + ": y or z expected");
     const bool byDistance = job.weights == BindWeights::kDistance;
@@ -109,10 +110,10 @@ BindReport runBindJob(const BindJob& job) {
     if (byDistance) bindByDistance(job, character, rig, file, rig.notes);
     smoothShares(character, job.smooth == kAutoSmooth ? (byDistance ? kDistanceSmooth : 0) : job.smooth,
                  file);
-    writeRigFile(job.output, file);
-
     const AutoRig bound = fitRig(file, character);
     BindReport report;
+    report.pictures = picture.write(character, bound, job.up == "z");
+    writeRigFile(job.output, file);
     report.character = job.character;
     report.output = job.output;
     report.points = character.points.size();

@@ -6,6 +6,7 @@
 #include "host/character/auto_blocks.h"
 #include "host/reset/reset_job.h"
 #include "host/rig_file/rig_file.h"
+#include "host/rig_picture/rig_picture.h"
 
 #include <string>
 #include <vector>
@@ -33,6 +34,7 @@ struct BindJob {
     std::string variant;
     int threads = 0;
     bool quiet = false;
+    RigPictureOptions picture;
 };
 
 /// One line of the table of blocks.
@@ -56,6 +58,7 @@ struct BindReport {
     double blocksPerPoint = 0.0;
     std::vector<BlockLine> blocks;
     std::vector<std::string> notes;
+    std::vector<std::string> pictures; ///< paths of what was drawn
 };
 
 /// Reads, binds, writes. Throws HostError: kUsage (options), kInput (character; a module that does not offer

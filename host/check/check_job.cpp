@@ -3,8 +3,6 @@
 #include "host/check/check_job.h"
 
 #include "command.h"
-#include "host/check/value_sheet.h"
-#include "host/deform/frame_outputs.h"
 #include "host/rig_file/rig_fit.h"
 #include "host/rig_values.h"
 
@@ -20,12 +18,9 @@ constexpr const char* kCommand = "checkFloatingPoints";
 
 void checkOptions(const CheckJob& job, bool rig) {
     const auto refuse = [](const std::string& text) { throw HostError(ExitCode::kUsage, text); };
-    if (job.view != "front" && job.view != "three-quarter")
-        refuse("--view " + job.view + ": front or three-quarter expected");
     if (!job.up.empty() && job.up != "y" && job.up != "z") refuse("--up " + job.up + ": y or z expected");
     if (!rig && !job.character.empty())
         refuse("--character goes with a rig file; '" + job.target + "' is a character itself");
-    checkPictureName(job.picture);
 }
 
 void add(std::vector<Finding>& to, std::vector<Finding> more) {
@@ -56,21 +51,13 @@ std::vector<Finding> askModule(Session& session, const CheckJob& job) {
     return {finding};
 }
 
-void drawPicture(const CheckJob& job, const Character& character, const AutoRig& rig, bool zUp,
-                 const std::vector<Finding>& findings) {
-    ValueSheetOptions options;
-    const Vec3d up = zUp ? Vec3d{0.0, 0.0, 1.0} : Vec3d{0.0, 1.0, 0.0};
-    options.view = job.view == "front" ? frontView(up) : threeQuarterView(up);
-    std::vector<ValueCell> cells;
-    std::vector<float> found(character.points.size(), 0.0f);
+MarkedPoints markedPoints(const std::vector<Finding>& findings) {
+    MarkedPoints marked{"findings", {}};
     for (const Finding& finding : findings)
-        for (const std::uint32_t point : finding.points)
-            if (point < found.size()) found[point] = 1.0f;
-    cells.push_back({"findings", found});
-    const bool weights = job.pictureOf == PictureOf::kWeights;
-    for (const RigBlock& block : rig.blocks)
-        cells.push_back({block.name, weights ? block.weights : block.params});
-    writeValueSheet(job.picture, outputMeshes(character), character.points, cells, options);
+        marked.points.insert(marked.points.end(), finding.points.begin(), finding.points.end());
+    std::sort(marked.points.begin(), marked.points.end());
+    marked.points.erase(std::unique(marked.points.begin(), marked.points.end()), marked.points.end());
+    return marked;
 }
 
 } // namespace
@@ -86,7 +73,7 @@ CheckReport runCheckJob(const CheckJob& job) {
     CheckReport report;
     report.target = job.target;
     report.character = !isRig ? job.target : job.character.empty() ? rigFile->characterPath() : job.character;
-    checkFilesApart(report.character, {}, job.picture, "", isRig ? job.target : "");
+    const RigPicture picture(job.picture, report.character, {}, isRig ? job.target : "");
     const FileUnit units = rigFile && job.units == FileUnit::kFromFile ? unitsOf(*rigFile) : job.units;
     const bool zUp = (job.up.empty() && rigFile ? rigFile->upAxis : job.up) == "z";
     const Character character = readCharacter(report.character, {units});
@@ -96,7 +83,6 @@ CheckReport runCheckJob(const CheckJob& job) {
         throw HostError(ExitCode::kInput,
                         module.path() + ": the module does not offer checkFloatingPoints; name another one "
                                         "with --module FILE");
-    if (!job.picture.empty()) checkWritable(job.picture);
 
     report.points = character.points.size();
     report.blocks = rig.blocks.size();
@@ -122,7 +108,7 @@ CheckReport runCheckJob(const CheckJob& job) {
     add(report.findings, std::move(broken));
     add(report.findings, checkParamJumps(character, rig));
     add(report.findings, checkCovered(rig));
-    if (!job.picture.empty()) drawPicture(job, character, rig, zUp, report.findings);
+    report.pictures = picture.write(character, rig, zUp, markedPoints(report.findings));
     return report;
 }
 

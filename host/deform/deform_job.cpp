@@ -32,8 +32,7 @@ void checkOptions(const DeformJob& job) {
     checkFilesApart(job.character, job.outputs, job.picture, job.capture, job.rig);
     checkPictureName(job.picture);
     if (!(job.fps > 0.0) || !std::isfinite(job.fps)) refuse("--fps must be a positive number");
-    if (job.view != "front" && job.view != "three-quarter")
-        refuse("--view " + job.view + ": front or three-quarter expected");
+    viewNamed(job.view);
     if (!job.up.empty() && job.up != "y" && job.up != "z") refuse("--up " + job.up + ": y or z expected");
     if (!job.pictureFrames.empty() && job.picture.empty()) refuse("--picture-frames needs --picture FILE");
     if (job.captureFrame != 0 && job.capture.empty()) refuse("--capture-frame needs --capture FILE");
@@ -181,7 +180,7 @@ DeformReport runDeformJob(const DeformJob& job) {
     if (!job.picture.empty()) {
         SheetOptions options;
         const Vec3d up = inputs.zUp ? Vec3d{0.0, 0.0, 1.0} : Vec3d{0.0, 1.0, 0.0};
-        options.view = job.view == "front" ? frontView(up) : threeQuarterView(up);
+        options.view = viewNamed(job.view, up);
         std::vector<SheetFrame> sheet;
         for (const int frame : pictureFrames) sheet.push_back(shown[frame]);
         writeFrameSheet(job.picture, context.meshes, sheet, options);

@@ -2,6 +2,7 @@
 // Framing. With the direction fixed, "this point is inside the left edge" is linear in the camera's place, so
 // the closest place that shows all points has a closed form: per picture axis the two tightest opposite edges
 // meet it.
+#include "host/host_error.h"
 #include "host/picture/render.h"
 
 #include <algorithm>
@@ -38,6 +39,16 @@ void Bounds::add(const std::vector<Vec3d>& points) {
         low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
         high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
     }
+}
+
+View viewNamed(const std::string& name, const Vec3d& up) {
+    if (name == "front") return frontView(up);
+    if (name == "side") return {90.0, 5.0, up};
+    if (name == "back") return {180.0, 5.0, up};
+    if (name == "three-quarter") return threeQuarterView(up);
+    if (name == "three-quarter-back") return {240.0, 15.0, up};
+    throw HostError(ExitCode::kUsage,
+                    "--view " + name + ": front, side, back, three-quarter or three-quarter-back expected");
 }
 
 Camera makeCamera(const Bounds& bounds, const View& view, double widthOverHeight) {

@@ -19,13 +19,16 @@ int lineHeight(double textHeight) {
 struct RowSize {
     int pictures = 0; ///< height of its highest cell
     bool labelled = false;
+    bool noted = false;
     bool titled = false;
 };
 
 } // namespace
 
-Image layOutSheet(const std::vector<SheetRow>& rows, const SheetStyle& style) {
+Image layOutSheet(const std::vector<SheetRow>& rows, const SheetStyle& style, const Image& foot) {
     const int line = lineHeight(style.textHeight);
+    const double noteHeight = style.textHeight * 0.8;
+    const int noteLine = lineHeight(noteHeight);
     const double titleHeight = style.textHeight * 1.25;
     const int titleLine = lineHeight(titleHeight);
     std::vector<int> columns;
@@ -37,17 +40,21 @@ Image layOutSheet(const std::vector<SheetRow>& rows, const SheetStyle& style) {
         for (std::size_t c = 0; c < row.cells.size(); ++c) {
             const SheetCell& cell = row.cells[c];
             if (c == columns.size()) columns.push_back(0);
-            columns[c] = std::max({columns[c], cell.picture.width, textWidth(cell.label, style.textHeight)});
+            columns[c] = std::max({columns[c], cell.picture.width, textWidth(cell.label, style.textHeight),
+                                   textWidth(cell.note, noteHeight)});
             size.pictures = std::max(size.pictures, cell.picture.height);
             size.labelled = size.labelled || !cell.label.empty();
+            size.noted = size.noted || !cell.note.empty();
         }
         if (size.titled) width = std::max(width, textWidth(row.title, titleHeight));
-        height += (size.titled ? titleLine : 0) + size.pictures + (size.labelled ? line : 0) + style.gap;
+        height += (size.titled ? titleLine : 0) + size.pictures + (size.labelled ? line : 0) +
+                  (size.noted ? noteLine : 0) + style.gap;
         sizes.push_back(size);
     }
     int cells = style.gap;
     for (const int column : columns) cells += column + style.gap;
-    width = std::max(cells, width + 2 * style.gap);
+    width = std::max({cells, width + 2 * style.gap, foot.width > 0 ? foot.width + 2 * style.gap : 0});
+    if (foot.height > 0) height += foot.height + style.gap;
 
     Image sheet(std::max(width, 1), std::max(height, 1), style.paper);
     int y = style.gap;
@@ -63,10 +70,14 @@ Image layOutSheet(const std::vector<SheetRow>& rows, const SheetStyle& style) {
             const int labelX = x + (columns[c] - textWidth(cell.label, style.textHeight)) / 2;
             drawText(sheet, labelX, y + sizes[r].pictures + 0.5 * style.textHeight, cell.label,
                      style.textHeight, style.ink);
+            const int noteX = x + (columns[c] - textWidth(cell.note, noteHeight)) / 2;
+            drawText(sheet, noteX, y + sizes[r].pictures + (sizes[r].labelled ? line : 0) + 0.2 * noteHeight,
+                     cell.note, noteHeight, style.ink);
             x += columns[c] + style.gap;
         }
-        y += sizes[r].pictures + (sizes[r].labelled ? line : 0) + style.gap;
+        y += sizes[r].pictures + (sizes[r].labelled ? line : 0) + (sizes[r].noted ? noteLine : 0) + style.gap;
     }
+    sheet.paste(foot, style.gap, y);
     return sheet;
 }
 

@@ -11,7 +11,8 @@ namespace talvisora::host {
 
 struct SheetCell {
     Image picture;
-    std::string label; ///< e.g. "frame 12"; may be empty
+    std::string label;  ///< e.g. "frame 12"; may be empty
+    std::string note{}; ///< a smaller line under the label; may be empty
 };
 
 struct SheetRow {
@@ -28,7 +29,7 @@ struct SheetStyle {
 
 /// Lays the rows out under each other. Columns are as wide as their widest cell, rows as high as their
 /// highest; rows may have different numbers of cells. A sheet without cells is one empty pixel-wide border of
-/// paper.
-Image layOutSheet(const std::vector<SheetRow>& rows, const SheetStyle& style = {});
+/// paper. `foot` stands under all rows, at the left.
+Image layOutSheet(const std::vector<SheetRow>& rows, const SheetStyle& style = {}, const Image& foot = {});
 
 } // namespace talvisora::host

@@ -6,10 +6,14 @@
 
 #include "host/host_error.h"
 #include "host/picture/cells.h"
+#include "host/picture/light.h"
+#include "host/picture/mark.h"
 #include "host/picture/occlusion.h"
+#include "host/picture/ramp.h"
 #include "host/picture/shadow.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace talvisora::host {
@@ -23,67 +27,38 @@ struct ScreenPoint {
     double inverseDepth = 0.0; ///< 0: not to be drawn
 };
 
-struct Linear {
-    float r = 0.0f, g = 0.0f, b = 0.0f;
-};
-
-float toLinear(std::uint8_t shown) {
-    const float c = static_cast<float>(shown) / 255.0f;
-    return c <= 0.04045f ? c / 12.92f : std::pow((c + 0.055f) / 1.055f, 2.4f);
-}
-
-Linear toLinear(const Rgb& c) {
-    return {toLinear(c[0]), toLinear(c[1]), toLinear(c[2])};
-}
-
-std::uint8_t toShown(float linear) {
-    const float c = std::clamp(linear, 0.0f, 1.0f);
-    const float shown = c <= 0.0031308f ? c * 12.92f : 1.055f * std::pow(c, 1.0f / 2.4f) - 0.055f;
-    return static_cast<std::uint8_t>(shown * 255.0f + 0.5f);
-}
-
 /// One corner of a triangle, with all that varies over it.
 struct Corner {
     ScreenPoint place;
     Vec3d normal;
     Linear colour;
     Openness open;
+    double value = 0.0;   ///< instead of the colour where values are drawn
+    double present = 0.0; ///< 1: has a value
 };
 
-// The light: a soft key from above the camera's left shoulder, a weak fill from its right, sky and ground
-// round it.
-class Light {
+// The ramp in linear light, looked up per sample.
+class ValueColours {
 public:
-    explicit Light(const Camera& camera)
-        : up_(camera.worldUp),
-          key_(normalise(camera.up * 0.75 - camera.right * 0.55 - camera.forward * 0.75)),
-          fill_(normalise(camera.right * 0.9 - camera.forward * 0.35 + camera.up * 0.1)) {}
-
-    const Vec3d& keyDirection() const { return key_; }
-
-    // normal, toEye: unit vectors, the normal on the side that is seen; around, lit: what reaches that side.
-    Linear shade(const Linear& surface, const Vec3d& normal, const Vec3d& toEye, double around,
-                 double lit) const {
-        const double key =
-            lit * std::max(0.0, (dot(normal, key_) + 0.15) / 1.15); // wrapped a little: no hard edge
-        const double fill = std::max(0.0, dot(normal, fill_));
-        const double sky = 0.5 + 0.5 * dot(normal, up_);
-        const double shine = std::pow(std::max(0.0, dot(normal, normalise(key_ + toEye))), 28.0) * 0.05 * lit;
-        const double facing = std::max(0.0, dot(normal, toEye));
-        // Slightly darker towards the outline, so that limbs stand off from each other and from the paper.
-        const double rim = 0.72 + 0.28 * std::min(1.0, facing * 2.2);
-        const double warm = (0.99 * key + 0.10 * fill * around) * rim;
-        const double cool = (0.11 + 0.25 * sky) * around * rim;
-        const auto channel = [&](float albedo, double warmth, double coolness) {
-            return static_cast<float>(static_cast<double>(albedo) * (warm * warmth + cool * coolness) +
-                                      shine);
-        };
-        return {channel(surface.r, 1.03, 0.94), channel(surface.g, 1.0, 0.99),
-                channel(surface.b, 0.95, 1.08)};
+    explicit ValueColours(float nothing) : nothing_(nothing), none_(toLinear(kNoValueColour)) {
+        for (std::size_t k = 0; k < ramp_.size(); ++k)
+            ramp_[k] = toLinear(rampColour(static_cast<double>(k) / (ramp_.size() - 1)));
+    }
+    // Weights of the three corners that sum to `near`. Between a corner with a value and one without, the
+    // nearer one decides.
+    Linear at(const Corner (&corner)[3], double wa, double wb, double wc, double near) const {
+        const double a = wa * corner[0].present, b = wb * corner[1].present, c = wc * corner[2].present;
+        const double present = a + b + c;
+        if (!(present > 0.5 * near)) return none_;
+        const double value = (a * corner[0].value + b * corner[1].value + c * corner[2].value) / present;
+        if (!(value > nothing_)) return none_;
+        return ramp_[static_cast<std::size_t>(std::min(value, 1.0) * (ramp_.size() - 1) + 0.5)];
     }
 
 private:
-    Vec3d up_, key_, fill_;
+    double nothing_;
+    Linear none_;
+    std::array<Linear, 512> ramp_;
 };
 
 // The sample buffer and what is needed to fill it.
@@ -96,7 +71,8 @@ public:
           height_(options.height * options.samples),
           scale_(camera.focal * height_ / 2.0),
           nearness_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_), 0.0f),
-          colours_(nearness_.size(), toLinear(options.background)) {}
+          colours_(nearness_.size(), toLinear(options.background)),
+          shading_(static_cast<float>(std::clamp(options.shading, 0.0, 1.0))) {}
 
     ScreenPoint project(const Vec3d& point) const {
         const Vec3d offset = point - camera_.eye;
@@ -113,7 +89,8 @@ public:
 
     const Vec3d& keyDirection() const { return light_.keyDirection(); }
 
-    void fill(const Corner (&corner)[3]) {
+    /// ramp  null: the corners' colours
+    void fill(const Corner (&corner)[3], const ValueColours* ramp) {
         const ScreenPoint &p = corner[0].place, &q = corner[1].place, &r = corner[2].place;
         if (p.inverseDepth == 0.0 || q.inverseDepth == 0.0 || r.inverseDepth == 0.0) return;
         // Counter-clockwise is seen clockwise here, as y runs down: positive area is the back.
@@ -136,14 +113,26 @@ public:
                         };
                         const Linear &ca = corner[0].colour, &cb = corner[1].colour, &cc = corner[2].colour;
                         const Openness &oa = corner[0].open, &ob = corner[1].open, &oc = corner[2].open;
-                        const Linear surface{static_cast<float>(mix(ca.r, cb.r, cc.r)),
-                                             static_cast<float>(mix(ca.g, cb.g, cc.g)),
-                                             static_cast<float>(mix(ca.b, cb.b, cc.b))};
-                        colours_[sampleAt(x, y)] =
+                        const Linear surface = ramp ? ramp->at(corner, wa, wb, wc, near)
+                                                    : Linear{static_cast<float>(mix(ca.r, cb.r, cc.r)),
+                                                             static_cast<float>(mix(ca.g, cb.g, cc.g)),
+                                                             static_cast<float>(mix(ca.b, cb.b, cc.b))};
+                        const Linear lit =
                             light_.shade(surface, back ? -n : n, -normalise(rayThrough(x + 0.5, y + 0.5)),
                                          mix(oa.around[side], ob.around[side], oc.around[side]),
                                          mix(oa.key[side], ob.key[side], oc.key[side]));
+                        const float bare = 1.0f - shading_;
+                        colours_[sampleAt(x, y)] = {bare * surface.r + shading_ * lit.r,
+                                                    bare * surface.g + shading_ * lit.g,
+                                                    bare * surface.b + shading_ * lit.b};
                     });
+    }
+
+    /// Whether nothing lies in front of a projected point by more than the camera's nearest distance.
+    bool sees(const ScreenPoint& place) const {
+        if (!(place.x >= 0.0 && place.x < width_ && place.y >= 0.0 && place.y < height_)) return false;
+        const double nearness = nearness_[sampleAt(static_cast<int>(place.x), static_cast<int>(place.y))];
+        return nearness <= 0.0 || 1.0 / place.inverseDepth - 1.0 / nearness <= 6.0 * camera_.nearest;
     }
 
     /// Darkens the samples that show the ground.
@@ -190,12 +179,11 @@ private:
     double scale_;                ///< samples per unit of the picture plane at distance 1
     std::vector<float> nearness_; ///< 1/depth; 0: background
     std::vector<Linear> colours_;
+    float shading_;
 };
 
-} // namespace
-
-Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3d>& points,
-                   const Camera& camera, const RenderOptions& options, const std::vector<Rgb>& colours) {
+Image draw(const std::vector<OutputMesh>& meshes, const std::vector<Vec3d>& points, const Camera& camera,
+           const RenderOptions& options, const std::vector<Rgb>& colours, const DrawnValues* values) {
     const std::int64_t samples = std::int64_t{options.width} * options.height;
     if (options.width < 1 || options.height < 1 || options.width > kMostSamples ||
         options.height > kMostSamples || options.samples < 1 || options.samples > 4 ||
@@ -207,6 +195,9 @@ Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3
     if (!colours.empty() && colours.size() != points.size())
         throw HostError(ExitCode::kOutput, "cannot draw " + std::to_string(points.size()) + " points with " +
                                                std::to_string(colours.size()) + " colours");
+    if (values && values->values.size() != points.size())
+        throw HostError(ExitCode::kOutput, "cannot draw " + std::to_string(points.size()) + " points with " +
+                                               std::to_string(values->values.size()) + " values");
 
     Canvas canvas(camera, options);
     std::vector<ScreenPoint> projected;
@@ -217,6 +208,7 @@ Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3
     for (const OutputMesh& mesh : meshes) {
         for (const std::uint32_t vertex : triangulate(mesh)) triangles.push_back(mesh.pointOfVertex[vertex]);
     }
+    const ValueColours ramp(values ? values->nothing : 0.0f);
     std::vector<Vec3d> normals;
     smoothNormals(meshes, points, normals);
     std::vector<Openness> open(points.size());
@@ -231,11 +223,32 @@ Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3
             const std::uint32_t i = point[k];
             corner[k] = {projected[i], options.flat ? face : normals[i],
                          colours.empty() ? plain : toLinear(colours[i]), open[i]};
+            if (!values || !std::isfinite(values->values[i])) continue;
+            corner[k].value = static_cast<double>(values->values[i]);
+            corner[k].present = 1.0;
         }
-        canvas.fill(corner);
+        canvas.fill(corner, values ? &ramp : nullptr);
     }
     if (options.shadow) canvas.lay(GroundShadow(points, triangles, camera));
-    return canvas.average(options.samples);
+    Image image = canvas.average(options.samples);
+    if (!values) return image;
+    for (const std::uint32_t i : values->marks)
+        if (i < points.size() && projected[i].inverseDepth != 0.0)
+            drawMark(image, projected[i].x / options.samples, projected[i].y / options.samples,
+                     canvas.sees(projected[i]));
+    return image;
+}
+
+} // namespace
+
+Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3d>& points,
+                   const Camera& camera, const RenderOptions& options, const std::vector<Rgb>& colours) {
+    return draw(meshes, points, camera, options, colours, nullptr);
+}
+
+Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3d>& points,
+                   const Camera& camera, const RenderOptions& options, const DrawnValues& values) {
+    return draw(meshes, points, camera, options, {}, &values);
 }
 
 } // namespace talvisora::host

@@ -7,6 +7,7 @@
 #include "host/writers/output_mesh.h"
 #include "maths/vec3.h"
 
+#include <string>
 #include <vector>
 
 namespace talvisora::host {
@@ -34,6 +35,9 @@ inline View frontView(const Vec3d& up = {0.0, 1.0, 0.0}) {
 inline View threeQuarterView(const Vec3d& up = {0.0, 1.0, 0.0}) {
     return {60.0, 15.0, up};
 }
+/// "front", "side" (the character's left), "back", "three-quarter" (front left) or "three-quarter-back" (back
+/// right); HostError kUsage for anything else.
+View viewNamed(const std::string& name, const Vec3d& up = {0.0, 1.0, 0.0});
 
 /// A perspective camera. Use one for all frames of a picture, so that they can be compared.
 struct Camera {
@@ -61,6 +65,18 @@ struct RenderOptions {
     bool occlusion = true; ///< the character hides light from itself: darker folds and far limbs
     Rgb background{238, 238, 236};
     Rgb surface{196, 176, 152}; ///< where no colours are given
+    double shading = 1.0;       ///< 1: all light and shade; 0: the bare colours, without any
+};
+
+/// Values as colours of the ramp (host/picture/ramp.h). Between points the values are mixed, not the colours,
+/// so that every colour in the picture is one of the ramp.
+struct DrawnValues {
+    std::vector<float> values; ///< one per joined point; what is no number has no value
+    /// Values up to this are "not touched" and have the colour of no value.
+    float nothing = 0.0f;
+    /// Points to be marked by a ring, indices of joined points: filled where the point is seen, hollow where
+    /// something hides it. Indices out of range are passed over.
+    std::vector<std::uint32_t> marks;
 };
 
 /// Draws the meshes at `points` (one per joined point).
@@ -70,5 +86,9 @@ struct RenderOptions {
 /// 64 million samples (width × height × samples²).
 Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3d>& points,
                    const Camera& camera, const RenderOptions& options, const std::vector<Rgb>& colours = {});
+
+/// The same with values. Fails also when there are not as many values as points.
+Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3d>& points,
+                   const Camera& camera, const RenderOptions& options, const DrawnValues& values);
 
 } // namespace talvisora::host

@@ -26,6 +26,7 @@ MirrorReport runMirrorJob(const MirrorJob& job) {
     RigFile rig = readRigFile(job.rig, {job.keepUnknown, nullptr});
     const std::string path = job.character.empty() ? rig.characterPath() : job.character;
     checkFilesApart(path, {job.output}, "", "");
+    const RigPicture picture(job.picture, path, {job.output}, job.rig);
     const Character character = readCharacter(path, {unitsOf(rig)});
     MirrorReport report;
     report.rig = job.rig;
@@ -34,6 +35,9 @@ MirrorReport runMirrorJob(const MirrorJob& job) {
     report.notes = fitRig(rig, character).notes;
     report.result = mirrorRig(rig, character, job.options);
     rig.mesh.character = characterPathFrom(job.output, path);
+    if (!job.picture.path.empty())
+        report.pictures = picture.write(character, fitRig(rig, character), rig.upAxis == "z",
+                                        {"unmatched", report.result.unmatched});
     writeRigFile(job.output, rig);
     return report;
 }
@@ -45,6 +49,7 @@ TransferReport runTransferJob(const TransferJob& job) {
     const std::string source = job.source.empty() ? rig.characterPath() : job.source;
     checkFilesApart(source, {job.output}, "", "");
     checkFilesApart(job.character, {job.output}, "", "");
+    const RigPicture picture(job.picture, job.character, {job.output}, job.rig);
     const FileUnit units = job.units == FileUnit::kFromFile ? unitsOf(rig) : job.units;
     if ((units == FileUnit::kKeep) != (unitsOf(rig) == FileUnit::kKeep))
         throw HostError(ExitCode::kUsage, "--units " + fileUnitText(units) + ": the lengths of '" + job.rig +
@@ -70,8 +75,9 @@ TransferReport runTransferJob(const TransferJob& job) {
     rig.units = about.units;
     rig.units.kept = unitKeys;
     report.notes = to.warnings;
-    const std::vector<std::string> fitted = fitRig(rig, to).notes;
-    report.notes.insert(report.notes.end(), fitted.begin(), fitted.end());
+    const AutoRig fitted = fitRig(rig, to);
+    report.notes.insert(report.notes.end(), fitted.notes.begin(), fitted.notes.end());
+    report.pictures = picture.write(to, fitted, rig.upAxis == "z", {"unmatched", report.result.unmatched});
     writeRigFile(job.output, rig);
     return report;
 }

@@ -5,6 +5,7 @@
 
 #include "host/rig_edit/mirror.h"
 #include "host/rig_edit/transfer.h"
+#include "host/rig_picture/rig_picture.h"
 
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@ struct MirrorJob {
     std::string character; ///< path; empty: the one that the rig file names
     bool keepUnknown = false;
     MirrorOptions options;
+    RigPictureOptions picture;
 };
 
 struct MirrorReport {
@@ -23,9 +25,10 @@ struct MirrorReport {
     std::size_t points = 0;
     MirrorResult result;
     std::vector<std::string> notes;
+    std::vector<std::string> pictures; ///< paths of what was drawn
 };
 
-/// Throws HostError: kUsage, kInput, kOutput; whatever is thrown, nothing has been written.
+/// Throws HostError: kUsage, kInput, kOutput; whatever is thrown, the rig has not been written.
 MirrorReport runMirrorJob(const MirrorJob& job);
 
 struct TransferJob {
@@ -35,6 +38,7 @@ struct TransferJob {
     FileUnit units = FileUnit::kFromFile; ///< of `character`; kFromFile: as the rig file says
     bool keepUnknown = false;
     double maxDistance = -1.0;
+    RigPictureOptions picture; ///< of the new rig; the unmatched points are marked
 };
 
 struct TransferReport {
@@ -42,6 +46,7 @@ struct TransferReport {
     std::size_t pointsBefore = 0, points = 0;
     TransferResult result;
     std::vector<std::string> notes;
+    std::vector<std::string> pictures; ///< paths of what was drawn
 };
 
 /// The same. The skeletons must have the joints of the rig in common, by name.

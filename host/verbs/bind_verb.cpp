@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
 #include "host/rig_file/npy.h"
+#include "host/verbs/point_list.h"
 #include "host/verbs/verbs.h"
 namespace talvisora::host {
 
@@ -27,6 +28,7 @@ std::string reportJson(const BindReport& report) {
     }
     json.endArray();
     json.key("notes").value(report.notes);
+    json.key("pictures").value(report.pictures);
     return json.endObject().text() + "\n";
 }
 
@@ -35,6 +37,7 @@ std::string summary(const BindReport& report) {
     if (report.leftBehind > 0)
         text += std::to_string(report.leftBehind) + " of " + std::to_string(report.points) +
                 " points are left behind in part: no block takes all of them\n";
+    text += wroteLines(report.pictures);
     return text + "wrote " + report.output + ": " + std::to_string(report.blocks.size()) + " blocks over " +
            std::to_string(report.points) + " points\n";
 }

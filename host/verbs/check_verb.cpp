@@ -7,7 +7,7 @@ namespace talvisora::host {
 
 namespace {
 
-std::string summary(const CheckReport& report, const std::string& picture) {
+std::string summary(const CheckReport& report) {
     std::string text;
     for (const std::string& note : report.notes) text += oneLine("note: " + note);
     for (const Finding& finding : report.findings) {
@@ -17,7 +17,7 @@ std::string summary(const CheckReport& report, const std::string& picture) {
             oneLine(line + finding.text + (finding.points.empty() ? "" : "; " + pointList(finding.points)));
     }
     if (!report.evaluated) text += "not evaluated: the module refuses such chains\n";
-    if (!picture.empty()) text += oneLine("wrote " + picture);
+    text += wroteLines(report.pictures);
     const std::size_t count = report.findings.size();
     return text + oneLine(report.target + ": " + std::to_string(report.points) + " points, " +
                           std::to_string(report.blocks) +
@@ -46,6 +46,7 @@ std::string reportJson(const CheckReport& report) {
     }
     json.endArray();
     json.key("notes").value(report.notes);
+    json.key("pictures").value(report.pictures);
     return json.endObject().text() + "\n";
 }
 
@@ -53,7 +54,7 @@ std::string reportJson(const CheckReport& report) {
 
 ExitCode runCheckVerb(const CheckJob& job, bool json) {
     const CheckReport report = runCheckJob(job);
-    printOut(json ? reportJson(report) : summary(report, job.picture));
+    printOut(json ? reportJson(report) : summary(report));
     return report.findings.empty() ? ExitCode::kDone : ExitCode::kFindings;
 }
 

@@ -26,6 +26,7 @@ std::string summary(const MirrorReport& report) {
     for (const std::string& name : result.centre) text += oneLine("centre: " + name);
     if (!result.unmatched.empty())
         text += "without a partner, left as they were; " + pointList(result.unmatched) + "\n";
+    text += wroteLines(report.pictures);
     return text + oneLine("wrote " + report.output + ": " + count(result.mirrored, "point") + " mirrored, " +
                           std::to_string(result.seam) + " on the seam, " +
                           std::to_string(result.unmatched.size()) + " unmatched");
@@ -47,6 +48,7 @@ std::string reportJson(const MirrorReport& report) {
     json.key("seam").value(std::uint64_t(result.seam));
     json.key("unmatched").value(result.unmatched);
     json.key("notes").value(report.notes);
+    json.key("pictures").value(report.pictures);
     return json.endObject().text() + "\n";
 }
 
@@ -61,6 +63,7 @@ std::string summary(const TransferReport& report) {
                 " of them without neighbours that lead there: closest place, far away\n";
     char farthest[64];
     std::snprintf(farthest, sizeof farthest, "%.4g", result.farthest);
+    text += wroteLines(report.pictures);
     return text + oneLine("wrote " + report.output + ": " + std::to_string(report.pointsBefore) + " to " +
                           count(report.points, "point") + ", " + std::to_string(result.unmatched.size()) +
                           " unmatched, the others at most " + farthest + " from the old surface");
@@ -79,6 +82,7 @@ std::string reportJson(const TransferReport& report) {
     json.key("islands").value(std::uint64_t(report.result.islands));
     json.key("farthest").value(report.result.farthest);
     json.key("notes").value(report.notes);
+    json.key("pictures").value(report.pictures);
     return json.endObject().text() + "\n";
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Lists of points for people: how many, and the first ten.
+// Lists for people: points (how many, and the first ten) and files, one line each.
 #pragma once
 
 #include <algorithm>
@@ -23,6 +23,13 @@ inline std::string oneLine(std::string text) {
     for (char& c : text)
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
     return text + "\n";
+}
+
+/// "wrote A", one line per file.
+inline std::string wroteLines(const std::vector<std::string>& paths) {
+    std::string text;
+    for (const std::string& path : paths) text += oneLine("wrote " + path);
+    return text;
 }
 
 } // namespace talvisora::host

@@ -72,7 +72,7 @@ TEST_F(CommandLine, WrongUsageEndsWithTwo) {
     expectRefused(2, {"nothing to do", "-o"}, {"deform", "a.glb"});
     expectRefused(2, {"furlong"}, {"deform", "a.glb", "-o", path("o.pc2"), "--units", "furlong"});
     expectRefused(2, {"--fps"}, {"deform", "a.glb", "-o", path("o.pc2"), "--fps", "0"});
-    expectRefused(2, {"--view", "side"}, {"deform", "a.glb", "--picture", path("o.png"), "--view", "side"});
+    expectRefused(2, {"--view", "under"}, {"deform", "a.glb", "--picture", path("o.png"), "--view", "under"});
     expectRefused(2, {"--params"}, {"deform", "a.glb", "-o", path("o.pc2"), "--params", "best"});
     expectRefused(2, {"--tangent-turn"}, {"deform", "a.glb", "-o", path("o.pc2"), "--tangent-turn", "2"});
     expectRefused(2, {"--picture-frames", "--picture"},

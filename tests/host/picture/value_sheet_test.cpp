@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // The ramp rises from dark to light; sheets have a cell per list in rows of so many.
-#include "host/check/value_sheet.h"
+#include "host/picture/value_sheet.h"
 
 #include "host/host_error.h"
+#include "host/picture/ramp.h"
 
 #include <gtest/gtest.h>
 
@@ -17,9 +18,7 @@ double brightness(Rgb c) {
 
 TEST(ValueRamp, RisesInBrightnessAllTheWay) {
     for (int k = 0; k < 100; ++k)
-        EXPECT_LT(brightness(rampColour(static_cast<float>(k) / 100.0f)),
-                  brightness(rampColour(static_cast<float>(k + 1) / 100.0f)))
-            << k;
+        EXPECT_LT(brightness(rampColour(k / 100.0)), brightness(rampColour((k + 1) / 100.0))) << k;
     EXPECT_LT(brightness(rampColour(0.0f)), 40.0);
     EXPECT_GT(brightness(rampColour(1.0f)), 220.0);
 }
@@ -33,7 +32,7 @@ TEST(ValueRamp, ClampsWhatLiesOutside) {
 TEST(ValueSheet, RefusesAWrongNumberOfValues) {
     const std::vector<Vec3d> points = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
     const std::vector<OutputMesh> meshes = {{"m", {0, 1, 2}, {3}, {0, 1, 2}, {}}};
-    EXPECT_THROW(writeValueSheet("no_such_folder/p.png", meshes, points, {{"a", {0, 1}}}), HostError);
+    EXPECT_THROW(drawValueSheet(meshes, points, {{"a", "", {{0, 1}, 0, {}}}}), HostError);
 }
 
 } // namespace
