@@ -43,7 +43,8 @@ void addRigPicture(CLI::App& app, RigPictureOptions& picture) {
             ->type_name("FILE.png");
     app.add_option_function<std::string>(
            "--show", [&picture](const std::string& text) { picture.show = parsePictureOf(text); },
-           "what the colours show: weights, params or left-behind; default: weights")
+           std::string("what the colours show: weights, params or left-behind; default: ") +
+               (picture.show == PictureOf::kParams ? "params" : "weights"))
         ->needs(path)
         ->type_name("WHAT");
     app.add_option("--view", picture.view,
@@ -170,6 +171,7 @@ void addReset(CLI::App& app, ResetJob& job, bool& json) {
     app.add_option("--smooth", job.smooth, "passes of smoothing over the mesh's edges")
         ->check(CLI::Range(0, kMaxInt))
         ->type_name("N");
+    addRigPicture(app, job.picture);
     if (job.kind == ResetKind::kWeights) {
         app.add_option("--base", job.base, "block that takes what the others leave of a point")
             ->type_name("BLOCK");
@@ -260,6 +262,7 @@ ExitCode run(int argc, char** argv) {
     CLI::App& bindApp = *app.add_subcommand("bind", "write the rig of a character as a file");
     ResetJob paramsJob, weightsJob;
     weightsJob.kind = ResetKind::kWeights;
+    paramsJob.picture.show = PictureOf::kParams;
     bool paramsJson = false, weightsJson = false;
     CLI::App& weightsApp = *app.add_subcommand("weights", "give blocks of a rig their weights from the mesh");
     CLI::App& paramsApp = *app.add_subcommand("params", "give blocks of a rig their curve parameters");

@@ -99,6 +99,7 @@ ResetReport runResetJob(const ResetJob& job) {
     if (!job.select.empty()) selected = parsePoints(job.select, rig.mesh.points);
     const std::string path = characterOf(job, rig);
     checkFilesApart(path, {output}, "", "");
+    const RigPicture picture(job.picture, path, {output}, job.rig);
     const Character character = readCharacter(path, {unitsOf(rig)});
     const AutoRig fitted = fitRig(rig, character);
     const Module module(job.module);
@@ -128,9 +129,11 @@ ResetReport runResetJob(const ResetJob& job) {
         if (line.changed > 0 || std::binary_search(blocks.begin(), blocks.end(), b))
             report.blocks.push_back(line);
     }
-    const std::vector<double> left = fitRig(rig, character).shareLeftBehind();
+    const AutoRig after = fitRig(rig, character);
+    const std::vector<double> left = after.shareLeftBehind();
     report.leftBehind = static_cast<std::size_t>(
         std::count_if(left.begin(), left.end(), [](double share) { return share > kLeftBehindShare; }));
+    report.pictures = picture.write(character, after, rig.upAxis == "z");
     rig.mesh.character = characterPathFrom(output, path);
     writeRigFile(output, rig);
     return report;

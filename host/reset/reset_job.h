@@ -4,6 +4,7 @@
 #pragma once
 
 #include "host/reset/reset_stage.h"
+#include "host/rig_picture/rig_picture.h"
 
 #include <string>
 #include <vector>
@@ -28,6 +29,7 @@ struct ResetJob {
     std::string module;                          ///< path; empty: the one beside the executable
     std::string variant;
     int threads = 0;
+    RigPictureOptions picture; ///< of all blocks, after the command
 };
 
 /// What became of one block: over all points, after the command.
@@ -44,10 +46,11 @@ struct ResetReport {
     std::size_t reset = 0;         ///< blocks that the command ran on
     std::vector<ResetLine> blocks; ///< these, and those that the base changed; in the rig's order
     std::vector<std::string> notes;
+    std::vector<std::string> pictures; ///< paths of what was drawn
 };
 
 /// Throws HostError: kUsage (options, an unknown block, a point past the end), kInput (rig, character,
-/// module), kModuleFailed, kOutput. Whatever is thrown, nothing has been written.
+/// module), kModuleFailed, kOutput. Whatever is thrown, the rig has not been written.
 ResetReport runResetJob(const ResetJob& job);
 
 } // namespace talvisora::host

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
 #include "host/text_table.h"
+#include "host/verbs/point_list.h"
 #include "host/verbs/verbs.h"
 
 #include <cstdio>
@@ -24,6 +25,7 @@ std::string summary(const ResetReport& report, const char* command) {
     if (report.leftBehind > 0)
         text += std::to_string(report.leftBehind) + " of " + std::to_string(report.points) +
                 " points are left behind in part: no block takes all of them; see grhost check\n";
+    text += wroteLines(report.pictures);
     return text + "wrote " + report.output + ": " + command + " on " + std::to_string(report.reset) +
            (report.reset == 1 ? " block, " : " blocks, ") + std::to_string(report.selected) + " of " +
            std::to_string(report.points) + " points\n";
@@ -49,6 +51,7 @@ std::string reportJson(const ResetReport& report, const char* command) {
     }
     json.endArray();
     json.key("notes").value(report.notes);
+    json.key("pictures").value(report.pictures);
     return json.endObject().text() + "\n";
 }
 
