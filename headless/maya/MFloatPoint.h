@@ -11,15 +11,15 @@ namespace Autodesk::Maya::OpenMaya20240000 {
 class HEADLESS_API MFloatPoint {
 public:
     /// The origin, w = 1.
-    MFloatPoint();
-    MFloatPoint(const MFloatPoint& other);
+    MFloatPoint() : x(0), y(0), z(0), w(1) {}
+    MFloatPoint(const MFloatPoint& other) = default;
     MFloatPoint(const MPoint& other);
     MFloatPoint(const MFloatVector& other);
     MFloatPoint(const MVector& other);
-    MFloatPoint(float xx, float yy, float zz = 0.0, float ww = 1.0);
+    MFloatPoint(float xx, float yy, float zz = 0.0, float ww = 1.0) : x(xx), y(yy), z(zz), w(ww) {}
     MFloatPoint(const double d[4]);
     MFloatPoint(const float f[4]);
-    MFloatPoint& operator=(const MFloatPoint& other);
+    MFloatPoint& operator=(const MFloatPoint& other) = default;
 
     /// 0 to 3 = x, y, z, w; a larger index counts as misuse and reads as NaN.
     float operator()(unsigned int i) const;

@@ -12,15 +12,15 @@ namespace Autodesk::Maya::OpenMaya20240000 {
 class HEADLESS_API MPoint {
 public:
     /// The origin, w = 1.
-    MPoint();
-    MPoint(const MPoint& other);
+    MPoint() : x(0), y(0), z(0), w(1) {}
+    MPoint(const MPoint& other) = default;
     MPoint(const MFloatPoint& other);
     MPoint(const MVector& other);
     MPoint(const MFloatVector& other);
-    MPoint(double xx, double yy, double zz = 0.0, double ww = 1.0);
+    MPoint(double xx, double yy, double zz = 0.0, double ww = 1.0) : x(xx), y(yy), z(zz), w(ww) {}
     MPoint(const double d[4]);
     MPoint(const float f[4]);
-    MPoint& operator=(const MPoint& other);
+    MPoint& operator=(const MPoint& other) = default;
 
     /// 0 to 3 = x, y, z, w; a larger index counts as misuse and reads as NaN.
     double operator()(unsigned int i) const;

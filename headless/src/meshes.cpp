@@ -33,10 +33,8 @@ MStatus copyPoints(const Mesh& mesh, Array& array) {
     const unsigned int count = static_cast<unsigned int>(mesh.points.size());
     const MStatus status = array.setLength(count);
     if (!status) return status;
-    for (unsigned int i = 0; i < count; ++i) {
-        const Vec3d& p = mesh.points[i];
-        array[i] = Point(MPoint(p[0], p[1], p[2]));
-    }
+    Point* next = array.begin();
+    for (const Vec3d& p : mesh.points) *next++ = Point(MPoint(p[0], p[1], p[2]));
     return MStatus::kSuccess;
 }
 

@@ -303,10 +303,11 @@ MStatus MPlug::setMDataHandle(MDataHandle& handle) {
         return MStatus::kSuccess;
     }
     array = block->values;
-    block->written.forEach([&](unsigned int index, float) {
-        place.element = index;
-        if (const float* value = array.find(index)) s.note(place, *value, WriteKind::handle, true);
-    });
+    if (s.journalOn)
+        block->written.forEach([&](unsigned int index, float) {
+            place.element = index;
+            if (const float* value = array.find(index)) s.note(place, *value, WriteKind::handle, true);
+        });
     block->written = SparseFloats();
     return MStatus::kSuccess;
 }

@@ -32,8 +32,6 @@ const MPoint MPoint::origin;
 const MFloatPoint MFloatPoint::origin;
 const MMatrix MMatrix::identity;
 
-MPoint::MPoint() : x(0), y(0), z(0), w(1) {}
-MPoint::MPoint(const MPoint& other) = default;
 MPoint::MPoint(const MFloatPoint& p)
     : x(static_cast<double>(p.x)),
       y(static_cast<double>(p.y)),
@@ -42,14 +40,12 @@ MPoint::MPoint(const MFloatPoint& p)
 MPoint::MPoint(const MVector& v) : x(v.x), y(v.y), z(v.z), w(1) {}
 MPoint::MPoint(const MFloatVector& v)
     : x(static_cast<double>(v.x)), y(static_cast<double>(v.y)), z(static_cast<double>(v.z)), w(1) {}
-MPoint::MPoint(double xx, double yy, double zz, double ww) : x(xx), y(yy), z(zz), w(ww) {}
 MPoint::MPoint(const double d[4]) : x(d[0]), y(d[1]), z(d[2]), w(d[3]) {}
 MPoint::MPoint(const float f[4])
     : x(static_cast<double>(f[0])),
       y(static_cast<double>(f[1])),
       z(static_cast<double>(f[2])),
       w(static_cast<double>(f[3])) {}
-MPoint& MPoint::operator=(const MPoint& other) = default;
 
 double MPoint::operator()(unsigned int i) const {
     return i == 0 ? x : i == 1 ? y : i == 2 ? z : i == 3 ? w : outside<double>();
@@ -84,16 +80,12 @@ MStatus MPoint::get(float dest[4]) const {
     return MStatus::kSuccess;
 }
 
-MFloatPoint::MFloatPoint() : x(0), y(0), z(0), w(1) {}
-MFloatPoint::MFloatPoint(const MFloatPoint& other) = default;
 MFloatPoint::MFloatPoint(const MPoint& p) : x(narrow(p.x)), y(narrow(p.y)), z(narrow(p.z)), w(narrow(p.w)) {}
 MFloatPoint::MFloatPoint(const MFloatVector& v) : x(v.x), y(v.y), z(v.z), w(1) {}
 MFloatPoint::MFloatPoint(const MVector& v) : x(narrow(v.x)), y(narrow(v.y)), z(narrow(v.z)), w(1) {}
-MFloatPoint::MFloatPoint(float xx, float yy, float zz, float ww) : x(xx), y(yy), z(zz), w(ww) {}
 MFloatPoint::MFloatPoint(const double d[4])
     : x(narrow(d[0])), y(narrow(d[1])), z(narrow(d[2])), w(narrow(d[3])) {}
 MFloatPoint::MFloatPoint(const float f[4]) : x(f[0]), y(f[1]), z(f[2]), w(f[3]) {}
-MFloatPoint& MFloatPoint::operator=(const MFloatPoint& other) = default;
 
 float MFloatPoint::operator()(unsigned int i) const {
     return i == 0 ? x : i == 1 ? y : i == 2 ? z : i == 3 ? w : outside<float>();
