@@ -237,6 +237,77 @@ TEST_F(ResetReplay, ScenesThatCannotBeAreRefusedWithTheirPlace) {
     EXPECT_EQ(refusal(noMesh), "/calls/0/selection/0/node: 'box' is a mesh; write \"mesh\"\n");
 }
 
+// The box with more points: a double of corner 3, one inside that no face uses, and one that is no number.
+Json oddCapture(Json calls) {
+    Json capture = boxCapture(std::move(calls));
+    for (Json* points : {&capture["meshes"][0]["points"], &capture["record"]["points"]}) {
+        points->push_back((*points)[3]);
+        points->push_back({1, 0.5, 0});
+        points->push_back({"NaN", 0, 0});
+    }
+    capture["record"]["weights"] = std::vector<int>(11, 1);
+    // Without area: both ends of a triangle at one place, a triangle there and back, and one with a point
+    // that is no number.
+    for (const Json& face : {Json{3, 8, 3}, Json{0, 1, 0}, Json{0, 1, 10}})
+        capture["meshes"][0]["faces"].push_back(face);
+    return capture;
+}
+
+std::vector<float> valuesOf(const Json& answer, const char* array) {
+    return answer.at("written").at(array).at("values").get<std::vector<float>>();
+}
+
+TEST_F(ResetReplay, DoubledUnusedAndFlatThingsHaveStatedResults) {
+    const Json calls =
+        replay(oddCapture({resetParams(true), resetParams(true, 1), resetWeights(true, 2)}), 0);
+    // x = 1 lies nearest to sample 100 of 299 on 2.997 t + 0.009 t^2 - 0.006 t^3.
+    const float inside = 100.0f / 299.0f;
+    EXPECT_EQ(valuesOf(calls[0], "block[0].params"),
+              (std::vector<float>{0, 1, 0, 1, 0, 1, 0, 1, 1, inside, 0}));
+    // Corners 0 and 1 have the edge to the point that is none too, which has parameter 0; corner 3 has its
+    // double as a neighbour, and the point that no face uses has none.
+    EXPECT_EQ(valuesOf(calls[1], "block[0].params"),
+              (std::vector<float>{1.0f / 5, 3.0f / 5, 1.0f / 4, 4.0f / 5, 1.0f / 4, 3.0f / 4, 1.0f / 4,
+                                  3.0f / 4, 1, inside, 1.0f / 3}));
+    EXPECT_EQ(valuesOf(calls[2], "block[0].blockWeights"),
+              (std::vector<float>{1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0}));
+}
+
+TEST_F(ResetReplay, JointsThatAreNoNumbersGiveZeros) {
+    Json capture = boxCapture({resetParams(true), resetWeights(true, 2)});
+    capture["sharedInputs"]["Hier h"]["GrHierarchy"][1]["restLocal"][12] = "NaN";
+    const Json calls = replay(capture, 0);
+    EXPECT_EQ(valuesOf(calls[0], "block[0].params"), std::vector<float>(8, 0.0f));
+    EXPECT_EQ(valuesOf(calls[1], "block[0].blockWeights"), std::vector<float>(8, 0.0f));
+}
+
+TEST_F(ResetReplay, HolesMatterOnlyWhereARayLeavesThroughThem) {
+    Json capture = boxCapture({resetWeights(true, 2)});
+    capture["meshes"][0]["faces"].erase(5); // the wall past the chain's end
+    EXPECT_EQ(valuesOf(replay(capture, 0)[0], "block[0].blockWeights"), std::vector<float>(8, 1.0f));
+    // One wall alone, 1 away: every ray towards it meets it once, as if it were closed.
+    capture["meshes"][0]["faces"] = {{0, 1, 5, 4}};
+    EXPECT_EQ(valuesOf(replay(capture, 0)[0], "block[0].blockWeights"), std::vector<float>(8, 1.0f));
+    // The same wall twice: an even number of crossings, so nothing is inside.
+    capture["meshes"][0]["faces"] = {{0, 1, 5, 4}, {0, 1, 5, 4}};
+    EXPECT_EQ(valuesOf(replay(capture, 0)[0], "block[0].blockWeights"), std::vector<float>(8, 0.0f));
+    capture["meshes"][0]["faces"] = Json::array();
+    EXPECT_EQ(valuesOf(replay(capture, 0)[0], "block[0].blockWeights"), std::vector<float>(8, 0.0f));
+}
+
+TEST_F(ResetReplay, AJointInAWallIsPassedOver) {
+    Json capture = boxCapture({resetParams(true), resetWeights(true, 1.42), resetWeights(true, 1.41)});
+    for (Json* points : {&capture["meshes"][0]["points"], &capture["record"]["points"]})
+        for (Json& point : *points)
+            if (point[0] == -1) point[0] = 0;
+    const Json calls = replay(capture, 0);
+    EXPECT_EQ(valuesOf(calls[0], "block[0].params"), (std::vector<float>{0, 1, 0, 1, 0, 1, 0, 1}));
+    // The thickness, 1, comes from the places further in. The corners in the joint's wall are the square root
+    // of 2 away from it, the others that of 3.
+    EXPECT_EQ(valuesOf(calls[1], "block[0].blockWeights"), (std::vector<float>{1, 0, 1, 0, 1, 0, 1, 0}));
+    EXPECT_EQ(valuesOf(calls[2], "block[0].blockWeights"), std::vector<float>(8, 0.0f));
+}
+
 class GoldenResetReplay : public ResetReplay, public testing::WithParamInterface<const char*> {};
 
 TEST_P(GoldenResetReplay, GivesTheIndependentFigures) {
