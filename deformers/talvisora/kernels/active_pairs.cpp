@@ -2,7 +2,7 @@
 // Building the list: each tile is gone through twice, first to count (so that every tile knows its place in
 // the flat lists), then to write. Both passes are parallel over tiles and walk the block-major arrays along
 // their rows. Inside a tile: blocks ascending, spans ascending, first the points that no earlier block of the
-// tile has named (they get the next slots, so the run is contiguous), then the others.
+// tile has named, then the others.
 #include "kernels/active_pairs.h"
 
 #include <tbb/blocked_range.h>
@@ -18,8 +18,14 @@ namespace talvisora {
 
 namespace {
 
-std::size_t tileCountOf(std::size_t pointCount) {
-    return (pointCount + kTilePoints - 1) / kTilePoints;
+/// One block's pairs lie in long runs even in small tiles, whose points stay in the first-level cache; where
+/// blocks share a tile their runs are short, and a tile as large as the second-level cache makes them longer.
+std::size_t tilePointsFor(const PointStage& stage) {
+    if (stage.blockCount == 1) return kMostTilePoints / 4;
+    // A small mesh is still to be divided among threads.
+    std::size_t points = kMostTilePoints;
+    while (points > 1024 && stage.pointCount < 4 * points) points /= 2;
+    return points;
 }
 
 /// Whether block b can move a point with this block weight, whatever env and envelope turn out to be. Only
@@ -31,21 +37,23 @@ bool canAct(float blockWeight) {
 /// Where one tile's part of the flat lists begins; null while the tile is only counted.
 struct TileLists {
     PairRun* runs = nullptr;
-    std::uint16_t* slotPoints = nullptr;
-    std::uint16_t* pairSlots = nullptr;
+    std::uint16_t* pairPoints = nullptr;
     float* pairWeights = nullptr;
     float* pairBasis = nullptr;
+    float* pairMaps = nullptr; ///< null as well when no map is painted
+    std::uint16_t* keptPoints = nullptr;
+    std::uint16_t* laterKept = nullptr;
 };
 
 /// Goes through one tile's blocks and either counts or writes.
 class TileWalk {
 public:
-    TileWalk(const PointStage& stage, const VariantTable& variant, std::size_t tileIndex)
+    TileWalk(const PointStage& stage, const VariantTable& variant, std::size_t first, std::size_t tilePoints)
         : stage_(stage),
           variant_(variant),
-          first_(tileIndex * kTilePoints),
-          count_(static_cast<int>(std::min<std::size_t>(kTilePoints, stage.pointCount - first_))) {
-        std::fill(slotOf_, slotOf_ + count_, kNoSlot);
+          first_(first),
+          count_(static_cast<int>(std::min(tilePoints, stage.pointCount - first))) {
+        std::fill(keptOf_, keptOf_ + count_, kUnseen);
     }
 
     void walk(const TileLists* lists) {
@@ -61,11 +69,13 @@ public:
     }
 
     std::int32_t runCount = 0;
-    std::int32_t slotCount = 0;
+    std::int32_t keptCount = 0;
     std::uint32_t pairCount = 0;
+    std::uint32_t laterCount = 0;
 
 private:
-    static constexpr std::uint16_t kNoSlot = 0xffff;
+    static constexpr std::uint16_t kUnseen = 0xffff; ///< no block has named the point yet
+    static constexpr std::uint16_t kOnce = 0xfffe;   ///< one has
 
     void walkBlock(std::int32_t b, const TileLists* lists) {
         const std::size_t rowStart = pointSlot(b, stage_.pointCount, first_);
@@ -95,66 +105,81 @@ private:
     }
 
     /// order_ becomes the pairs by ascending span, stable in the point order. Those of points that no block
-    /// has named yet are told from the others by firstTime_, so that the first run of a span cannot change
-    /// what the second one sees.
+    /// has named yet are told from the others by firstTime_.
     void sortBySpan(int acting) {
         int start[MAX_CV_MATRICES + 1] = {};
         for (int k = 0; k < acting; ++k) ++start[spans_[k] + 1];
         for (int s = 0; s < MAX_CV_MATRICES; ++s) start[s + 1] += start[s];
         for (int k = 0; k < acting; ++k) {
-            firstTime_[k] = slotOf_[points_[k]] == kNoSlot;
+            firstTime_[k] = keptOf_[points_[k]] == kUnseen;
             order_[start[spans_[k]]++] = static_cast<std::uint16_t>(k);
         }
     }
 
-    void addRun(std::int32_t b, std::int32_t span, int from, int end, bool contiguous, const float* weights,
+    void addRun(std::int32_t b, std::int32_t span, int from, int end, bool first, const float* weights,
                 const TileLists* lists) {
-        PairRun run{};
-        run.block = b;
-        run.span = span;
-        run.firstPair = pairCount;
-        run.firstSlot = static_cast<std::uint16_t>(slotCount);
-        run.contiguous = contiguous;
         int count = 0;
-        for (int k = from; k < end; ++k) count += firstTime_[order_[k]] == contiguous;
-        if (!count) return;
-        run.count = static_cast<std::uint16_t>(count);
-        int place = 0;
+        bool unit = true;
         for (int k = from; k < end; ++k) {
-            const int pair = order_[k];
-            if (firstTime_[pair] != contiguous) continue;
-            std::uint16_t& slotOf = slotOf_[points_[pair]];
-            if (contiguous) {
-                slotOf = static_cast<std::uint16_t>(slotCount);
-                if (lists) lists->slotPoints[slotCount] = points_[pair];
-                ++slotCount;
-            }
-            if (lists) {
-                lists->pairSlots[pairCount] = slotOf;
-                lists->pairWeights[pairCount] = weights[points_[pair]];
-                for (int c = 0; c < 4; ++c)
-                    lists->pairBasis[4 * static_cast<std::size_t>(run.firstPair) + c * count + place] =
-                        basis_[4 * pair + c];
-            }
-            ++place;
-            ++pairCount;
+            if (firstTime_[order_[k]] != first) continue;
+            unit = unit && weights[points_[order_[k]]] == 1.0f;
+            members_[count++] = order_[k];
         }
-        if (lists) lists->runs[runCount] = run;
+        if (!count) return;
+        if (lists) {
+            lists->runs[runCount] = {b, span, pairCount, laterCount, count, first, unit};
+            writePairs(count, weights, *lists);
+        }
+        for (int k = 0; k < count; ++k) {
+            const std::uint16_t point = points_[members_[k]];
+            std::uint16_t& kept = keptOf_[point];
+            if (first) {
+                kept = kOnce;
+                continue;
+            }
+            if (kept == kOnce) {
+                if (lists) lists->keptPoints[keptCount] = point;
+                kept = static_cast<std::uint16_t>(keptCount++);
+            }
+            if (lists) lists->laterKept[laterCount] = kept;
+            ++laterCount;
+        }
+        pairCount += static_cast<std::uint32_t>(count);
         ++runCount;
+    }
+
+    void writePairs(int count, const float* weights, const TileLists& lists) const {
+        for (int from = 0; from < count; from += kPairGroup) {
+            const int inGroup = std::min(kPairGroup, count - from);
+            const std::size_t place = static_cast<std::size_t>(pairCount) + static_cast<std::size_t>(from);
+            for (int k = 0; k < inGroup; ++k) {
+                const int pair = members_[from + k];
+                const std::uint16_t point = points_[pair];
+                lists.pairPoints[place + k] = point;
+                lists.pairWeights[place + k] = weights[point];
+                for (int r = 0; r < 4; ++r)
+                    lists.pairBasis[4 * place + r * inGroup + k] = basis_[4 * pair + r];
+                if (!lists.pairMaps) continue;
+                for (int m = 0; m < kWeightMapCount; ++m)
+                    lists.pairMaps[kWeightMapCount * place + m * inGroup + k] =
+                        stage_.weightMaps[mapSlot(m, stage_.pointCount, first_ + point)];
+            }
+        }
     }
 
     const PointStage& stage_;
     const VariantTable& variant_;
     std::size_t first_;
     int count_;
-    std::uint16_t slotOf_[kTilePoints];
+    std::uint16_t keptOf_[kMostTilePoints]; ///< kUnseen, kOnce, or the point's place among the kept ones
     // The pairs of the block at hand.
-    std::uint16_t points_[kTilePoints];
-    float params_[kTilePoints];
-    std::int32_t spans_[kTilePoints];
-    float basis_[4 * kTilePoints];
-    bool firstTime_[kTilePoints];
-    std::uint16_t order_[kTilePoints];
+    std::uint16_t points_[kMostTilePoints];
+    float params_[kMostTilePoints];
+    std::int32_t spans_[kMostTilePoints];
+    float basis_[4 * kMostTilePoints];
+    bool firstTime_[kMostTilePoints];
+    std::uint16_t order_[kMostTilePoints];
+    std::uint16_t members_[kMostTilePoints]; ///< of the run at hand
 };
 
 /// Whether all weight maps are 1 everywhere, as they are unless somebody painted one.
@@ -191,47 +216,63 @@ void ActivePairs::update(const PointStage& stage, const VariantTable& variant) {
     for (int b = 0; b < stage.blockCount; ++b)
         controlPointCounts_[static_cast<std::size_t>(b)] = controlPointCount(stage.blocks[b]);
 
-    tiles_.assign(tileCountOf(stage.pointCount), Tile{});
-    std::vector<std::uint32_t> pairCounts(tiles_.size());
+    tilePoints_ = tilePointsFor(stage);
+    tiles_.assign((stage.pointCount + tilePoints_ - 1) / tilePoints_, Tile{});
+    std::vector<std::uint32_t> pairCounts(tiles_.size()), laterCounts(tiles_.size());
     forTiles(tiles_.size(), [&](std::size_t t) {
-        TileWalk walk(stage, variant, t);
+        TileWalk walk(stage, variant, t * tilePoints_, tilePoints_);
         walk.walk(nullptr);
         tiles_[t].runCount = walk.runCount;
-        tiles_[t].slotCount = walk.slotCount;
+        tiles_[t].keptCount = walk.keptCount;
         pairCounts[t] = walk.pairCount;
+        laterCounts[t] = walk.laterCount;
     });
 
-    std::size_t runs = 0, slots = 0, pairs = 0;
+    std::size_t runs = 0, pairs = 0, kept = 0, later = 0;
     for (std::size_t t = 0; t < tiles_.size(); ++t) {
         tiles_[t].firstRun = runs;
-        tiles_[t].firstSlot = slots;
         tiles_[t].firstPair = pairs;
+        tiles_[t].firstKept = kept;
+        tiles_[t].firstLater = later;
         runs += static_cast<std::size_t>(tiles_[t].runCount);
-        slots += static_cast<std::size_t>(tiles_[t].slotCount);
         pairs += pairCounts[t];
+        kept += static_cast<std::size_t>(tiles_[t].keptCount);
+        later += laterCounts[t];
     }
     runs_.resize(runs);
-    slotPoints_.resize(slots);
-    pairSlots_.resize(pairs);
+    pairPoints_.resize(pairs);
     pairWeights_.resize(pairs);
     pairBasis_.resize(4 * pairs);
-    slotMaps_.resize(mapsAreOne(stage) ? 0 : kWeightMapCount * slots);
+    pairMaps_.resize(mapsAreOne(stage) ? 0 : kWeightMapCount * pairs);
+    keptPoints_.resize(kept);
+    laterKept_.resize(later);
     forTiles(tiles_.size(), [&](std::size_t t) { fillTile(stage, variant, t); });
     valid_ = true;
 }
 
 void ActivePairs::fillTile(const PointStage& stage, const VariantTable& variant, std::size_t t) {
     const Tile& tile = tiles_[t];
-    const TileLists lists{runs_.data() + tile.firstRun, slotPoints_.data() + tile.firstSlot,
-                          pairSlots_.data() + tile.firstPair, pairWeights_.data() + tile.firstPair,
-                          pairBasis_.data() + 4 * tile.firstPair};
-    TileWalk(stage, variant, t).walk(&lists);
-    if (slotMaps_.empty()) return;
-    const std::size_t first = t * kTilePoints;
-    float* row = slotMaps_.data() + kWeightMapCount * tile.firstSlot;
-    for (int m = 0; m < kWeightMapCount; ++m, row += tile.slotCount)
-        for (int s = 0; s < tile.slotCount; ++s)
-            row[s] = stage.weightMaps[mapSlot(m, stage.pointCount, first + lists.slotPoints[s])];
+    const TileLists lists{runs_.data() + tile.firstRun,
+                          pairPoints_.data() + tile.firstPair,
+                          pairWeights_.data() + tile.firstPair,
+                          pairBasis_.data() + 4 * tile.firstPair,
+                          pairMaps_.empty() ? nullptr : pairMaps_.data() + kWeightMapCount * tile.firstPair,
+                          keptPoints_.data() + tile.firstKept,
+                          laterKept_.data() + tile.firstLater};
+    TileWalk(stage, variant, t * tilePoints_, tilePoints_).walk(&lists);
+}
+
+void ActivePairs::fillJob(std::size_t t, TileJob& job) const {
+    const Tile& tile = tiles_[t];
+    job.runs = runs_.data() + tile.firstRun;
+    job.runCount = tile.runCount;
+    job.pairPoints = pairPoints_.data() + tile.firstPair;
+    job.pairWeights = pairWeights_.data() + tile.firstPair;
+    job.pairBasis = pairBasis_.data() + 4 * tile.firstPair;
+    job.pairMaps = pairMaps_.empty() ? nullptr : pairMaps_.data() + kWeightMapCount * tile.firstPair;
+    job.keptPoints = keptPoints_.data() + tile.firstKept;
+    job.keptCount = tile.keptCount;
+    job.laterKept = laterKept_.data() + tile.firstLater;
 }
 
 } // namespace talvisora

@@ -14,17 +14,18 @@ namespace talvisora {
 
 struct PointStage;
 
-/// Lives on the node between evaluations. Memory: 22 bytes per pair, 2 per point that has one (26 when a
-/// weight map is painted), 20 per run.
+/// Lives on the node between evaluations. Memory: 22 bytes per pair (46 when a weight map is painted), 2 more
+/// per pair of a point that several blocks move and 2 per such point, 28 per run.
 class ActivePairs {
 public:
-    /// Where one tile's runs, slots and pairs begin in the flat lists, and how many runs and slots it has.
+    /// Where one tile's runs and pairs begin in the flat lists, and how many there are.
     struct Tile {
         std::size_t firstRun = 0;
-        std::size_t firstSlot = 0;
         std::size_t firstPair = 0;
+        std::size_t firstKept = 0;
+        std::size_t firstLater = 0;
         std::int32_t runCount = 0;
-        std::int32_t slotCount = 0;
+        std::int32_t keptCount = 0;
     };
 
     /// Forgets everything; the next evaluation builds the list anew.
@@ -35,16 +36,13 @@ public:
     void update(const PointStage& stage, const VariantTable& variant);
 
     bool valid() const { return valid_; }
-    std::size_t pairCount() const { return pairSlots_.size(); }
+    std::size_t pairCount() const { return pairPoints_.size(); }
 
+    /// Points of every tile but the last, which may have fewer.
+    std::size_t tilePoints() const { return tilePoints_; }
     const std::vector<Tile>& tiles() const { return tiles_; }
-    const std::vector<PairRun>& runs() const { return runs_; }
-    const std::vector<std::uint16_t>& slotPoints() const { return slotPoints_; }
-    /// Per tile six rows of weight-map values, from 6 · firstSlot on; empty when every value is 1.
-    const std::vector<float>& slotMaps() const { return slotMaps_; }
-    const std::vector<std::uint16_t>& pairSlots() const { return pairSlots_; }
-    const std::vector<float>& pairWeights() const { return pairWeights_; }
-    const std::vector<float>& pairBasis() const { return pairBasis_; }
+    /// The tile's part of TileJob: runs, pairs, kept points.
+    void fillJob(std::size_t tile, TileJob& job) const;
 
     /// Room for the block tables of one evaluation, kept so that evaluations need not allocate.
     std::vector<BlockTable> tables;
@@ -55,14 +53,17 @@ private:
 
     bool valid_ = false;
     std::size_t pointCount_ = 0;
+    std::size_t tilePoints_ = 0;
     std::vector<std::int32_t> controlPointCounts_;
     std::vector<Tile> tiles_;
     std::vector<PairRun> runs_;
-    std::vector<std::uint16_t> slotPoints_;
-    std::vector<float> slotMaps_;
-    std::vector<std::uint16_t> pairSlots_;
+    // Of pairs; see TileJob.
+    std::vector<std::uint16_t> pairPoints_;
     std::vector<float> pairWeights_;
     std::vector<float> pairBasis_;
+    std::vector<float> pairMaps_; ///< empty when every weight-map value is 1
+    std::vector<std::uint16_t> keptPoints_;
+    std::vector<std::uint16_t> laterKept_;
 };
 
 } // namespace talvisora

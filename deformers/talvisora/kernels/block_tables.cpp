@@ -3,6 +3,7 @@
 #include "kernels/block_tables.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "maths/matrix44.h"
 
@@ -14,40 +15,65 @@ Vec3d widen(const Float3Slot& v) {
     return {v.x, v.y, v.z};
 }
 
-void put(double (&to)[3], const Vec3d& v) {
+void put3(double* to, const Vec3d& v) {
     to[0] = v.x;
     to[1] = v.y;
     to[2] = v.z;
 }
 
-Vec3d get(const double (&from)[3]) {
-    return {from[0], from[1], from[2]};
+/// v · m for nine doubles.
+void times(const double* v, const double* m, double* to) {
+    for (int c = 0; c < 3; ++c) to[c] = v[0] * m[c] + v[1] * m[3 + c] + v[2] * m[6 + c];
 }
 
-OffsetCarrier makeCarrier(const Matrix44d& current, const Matrix44d& rest, const Matrix44d& restInverse) {
-    OffsetCarrier carrier;
+void makeCarriers(const Matrix44d& current, const Matrix44d& rest, const Matrix44d& restInverse,
+                  const ObjectFrame& frame, OffsetCarrier& carrier, WorldCarrier& world) {
     const Matrix44d carry = restInverse * current;
-    put(carrier.rest, translation(rest));
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c) carrier.linear[3 * r + c] = carry(r, c);
     // The rest control point is the origin of its own matrix, so this is the current control point up to
     // rounding; written out because the inverse of a singular matrix is the identity.
-    put(carrier.constant, pointMultMat(pointMultMat(translation(rest), restInverse), current));
-    return carrier;
+    const Vec3d origin = pointMultMat(pointMultMat(translation(rest), restInverse), current);
+    carrier = {};
+    world = {};
+    world.constant[0] = origin.x;
+    world.constant[1] = origin.y;
+    world.constant[2] = origin.z;
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c) world.linear[4 * r + c] = carry(r, c);
+    if (!frame.folded) {
+        put3(carrier.rest, translation(rest));
+        std::copy(world.linear, world.linear + 12, carrier.linear);
+        std::copy(world.constant, world.constant + 4, carrier.constant);
+        return;
+    }
+    times(rest.m + 12, frame.toObject, carrier.rest);
+    times(world.constant, frame.toObject, carrier.constant);
+    double linear[12] = {};
+    for (int r = 0; r < 3; ++r) {
+        for (int c = 0; c < 3; ++c)
+            linear[4 * r + c] = frame.toWorld[3 * r] * world.linear[c] +
+                                frame.toWorld[3 * r + 1] * world.linear[4 + c] +
+                                frame.toWorld[3 * r + 2] * world.linear[8 + c];
+        times(linear + 4 * r, frame.toObject, carrier.linear + 4 * r);
+    }
+    std::copy(linear, linear + 12, world.linear);
 }
 
 /// Coefficients of dot(direction, displacement) over the offset; the displacement is that of the joint's
 /// offset control point from its current one.
-void putDot(double (&to)[4], const Vec3d& direction, const OffsetCarrier& carrier, const Vec3d& current) {
+void putDot(double (&to)[4], const Vec3d& direction, const WorldCarrier& carrier, const Vec3d& current) {
     for (int r = 0; r < 3; ++r)
-        to[r] = carrier.linear[3 * r] * direction.x + carrier.linear[3 * r + 1] * direction.y +
-                carrier.linear[3 * r + 2] * direction.z;
-    to[3] = dot(direction, get(carrier.constant) - current);
+        to[r] = carrier.linear[4 * r] * direction.x + carrier.linear[4 * r + 1] * direction.y +
+                carrier.linear[4 * r + 2] * direction.z;
+    to[3] = direction.x * (carrier.constant[0] - current.x) +
+            direction.y * (carrier.constant[1] - current.y) + direction.z * (carrier.constant[2] - current.z);
 }
 
-/// Steps that can move anything. With no extra bend every amount is zero, and so is every collision.
-uint32_t actingSteps(const Tweak& t, float angleWeight, bool simple) {
-    if (angleWeight == 0.0f) return 0;
+bool isZero(const Float3Slot& v) {
+    return v.x == 0.0f && v.y == 0.0f && v.z == 0.0f;
+}
+
+/// Steps whose amounts are not all zero.
+uint32_t stepsOf(const Tweak& t, bool simple) {
     uint32_t steps = t.centerIn != 0.0f || t.centerOut != 0.0f ? kCentreStep : 0u;
     if (simple) return steps; // a simple block has no in-between points to move
     if (t.slidePrevIn != 0.0f || t.slideNextIn != 0.0f || t.slidePrevOut != 0.0f || t.slideNextOut != 0.0f)
@@ -61,16 +87,27 @@ uint32_t actingSteps(const Tweak& t, float angleWeight, bool simple) {
     return steps;
 }
 
-void fillJoint(const Tweak& t, const TweakVectors& v, const OffsetCarrier& carrier, const Vec3d& current,
+/// Steps that can move anything. With no extra bend every amount is zero, and so is every collision; without
+/// a bend direction so are those that grow with the displacement along it.
+uint32_t actingSteps(const Tweak& t, const TweakVectors& v, bool simple) {
+    if (v.angleWeight == 0.0f) return 0;
+    const uint32_t always = kBulgeStep | kCollisionStep;
+    return stepsOf(t, simple) & (isZero(v.deformVec) ? always : ~0u);
+}
+
+void fillJoint(const Tweak& t, const TweakVectors& v, const WorldCarrier& carrier, const Vec3d& current,
                TweakJoint& joint) {
     putDot(joint.zAxisDot, widen(v.zAxis), carrier, current);
     putDot(joint.deformDot, widen(v.deformVec), carrier, current);
-    put(joint.deformVec, widen(v.deformVec));
-    put(joint.nextVec, widen(v.nextVec));
-    put(joint.prevVec, widen(v.prevVec));
-    put(joint.planeNormal, widen(v.planeNormal));
-    put(joint.planePoint, widen(v.planePoint));
-    put(joint.zAxis, widen(v.zAxis));
+    put3(joint.deformVec, widen(v.deformVec));
+    put3(joint.nextVec, widen(v.nextVec));
+    put3(joint.prevVec, widen(v.prevVec));
+    put3(joint.planeNormal, widen(v.planeNormal));
+    joint.planeDistance = dot(widen(v.planeNormal), widen(v.planePoint));
+    joint.planeNormalFloat[0] = v.planeNormal.x;
+    joint.planeNormalFloat[1] = v.planeNormal.y;
+    joint.planeNormalFloat[2] = v.planeNormal.z;
+    put3(joint.zAxis, widen(v.zAxis));
     joint.angleWeight = v.angleWeight;
     joint.centerIn = t.centerIn;
     joint.centerOut = t.centerOut;
@@ -82,7 +119,7 @@ void fillJoint(const Tweak& t, const TweakVectors& v, const OffsetCarrier& carri
     joint.slideOrthoNextIn = t.slideOrthoNextIn;
     joint.slideOrthoPrevOut = t.slideOrthoPrevOut;
     joint.slideOrthoNextOut = t.slideOrthoNextOut;
-    joint.collisionBulge = t.collisionBulge;
+    joint.collisionBulgeAngle = static_cast<double>(t.collisionBulge) * v.angleWeight;
     // Kept in single precision: in double this product would shift results by 3e-10.
     joint.bulgeAngle = t.bulge * v.angleWeight;
     joint.collision = t.collision;
@@ -91,23 +128,46 @@ void fillJoint(const Tweak& t, const TweakVectors& v, const OffsetCarrier& carri
 
 } // namespace
 
+void makeObjectFrame(const Matrix44d& geoMatrix, const Matrix44d& geoMatrixInverse, ObjectFrame& frame) {
+    // Folding multiplies by matrix and inverse once more than need be: their stretches bound what that costs.
+    constexpr double kMostStretch = 64.0, kTrueInverse = 1e-13;
+    frame = {};
+    double length = 0.0, lengthInverse = 0.0, error = 0.0;
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c) {
+            frame.toWorld[3 * r + c] = geoMatrix(r, c);
+            frame.toObject[3 * r + c] = geoMatrixInverse(r, c);
+            length += geoMatrix(r, c) * geoMatrix(r, c);
+            lengthInverse += geoMatrixInverse(r, c) * geoMatrixInverse(r, c);
+            const double product = geoMatrixInverse(r, 0) * geoMatrix(0, c) +
+                                   geoMatrixInverse(r, 1) * geoMatrix(1, c) +
+                                   geoMatrixInverse(r, 2) * geoMatrix(2, c);
+            error = std::max(error, std::fabs(product - (r == c ? 1.0 : 0.0)));
+        }
+    times(geoMatrix.m + 12, frame.toObject, frame.shift);
+    // A sum that is not a number fails every comparison.
+    frame.folded = isAffine(geoMatrix) && isAffine(geoMatrixInverse) &&
+                   length * lengthInverse <= kMostStretch * kMostStretch && error <= kTrueInverse &&
+                   std::isfinite(frame.shift[0] + frame.shift[1] + frame.shift[2]);
+}
+
 void buildBlockTable(const BlockInfo& block, const Matrix44d* current, const Matrix44d* rest,
                      const Matrix44d* restInverse, const Tweak* tweaks, const TweakVectors* vectors,
-                     BlockTable& table) {
+                     const ObjectFrame& frame, BlockTable& table) {
     table.env = block.env;
     table.controlPoints = controlPointCount(block);
     for (int k = 0; k < table.controlPoints; ++k)
-        table.carriers[k] = makeCarrier(current[k], rest[k], restInverse[k]);
+        makeCarriers(current[k], rest[k], restInverse[k], frame, table.carriers[k], table.world[k]);
 
     table.jointCount = 0;
     for (int j = 0; j < centreJointCount(block); ++j) {
-        const uint32_t steps = actingSteps(tweaks[j], vectors[j].angleWeight, block.simple != 0);
+        const uint32_t steps = actingSteps(tweaks[j], vectors[j], block.simple != 0);
         if (!steps) continue;
         TweakJoint& joint = table.joints[table.jointCount++];
         joint.controlPoint = (j + 1) * pointsPerJoint(block);
         joint.steps = steps;
         joint.reach = steps & kCollisionStep ? 2 : steps == kCentreStep ? 0 : 1;
-        fillJoint(tweaks[j], vectors[j], table.carriers[joint.controlPoint],
+        fillJoint(tweaks[j], vectors[j], table.world[joint.controlPoint],
                   translation(current[joint.controlPoint]), joint);
     }
 

@@ -1,198 +1,288 @@
 // SPDX-License-Identifier: Apache-2.0
-// One tile of the point stage in lanes: load the points that a block may move, carry them to world space, go
-// through the runs of pairs that share block and span (rest curve, offset, offset curve, tweaks, blend),
-// store. To be included inside the variant's namespace, after tweak_body.h.
+// One tile of the point stage: runs of pairs that share block and knot span go through in lanes, and what is
+// left of a run that no tweak touches goes through one pair at a time, with the rows of the block's table as
+// registers. Both do the same operations in the same order, so it does not matter which way a pair takes.
+// To be included inside the variant's namespace, after tweak_body.h.
 
-/// The tile's points as separate coordinates, one per slot, with room for one group past the end.
-struct TileScratch {
-    double world[3][kTilePoints + kLanes]; ///< the incoming points in world space, never changed
-    double local[3][kTilePoints + kLanes]; ///< the points as the blocks so far have left them, object space
-    float gate[kTilePoints + kLanes];      ///< 1 where the point's weight lets it move
+/// Pairs of one run, one group of them: all arrays begin at the group's first pair.
+struct GroupView {
+    const double* incoming; ///< triples, before any block
+    const uint16_t* incomingIndex;
+    const uint16_t* points; ///< of the tile
+    const float* basis;     ///< four rows
+    int stride;             ///< of the rows of basis and maps
+    const float* weights;   ///< block weights; those of points that may not move are 0
+    const float* maps;      ///< six rows, or null
 };
 
-TALVISORA_LANES Point3 loadPoint(const double (*from)[kTilePoints + kLanes], int s) {
-    return {load(from[0] + s), load(from[1] + s), load(from[2] + s)};
+/// The next tile's points, asked for while this one is worked on. Lines of 64 bytes.
+struct Ahead {
+    const char* next;
+    const char* end;
+};
+
+TALVISORA_LANES void prefetch(Ahead& ahead, int lines) {
+    if (ahead.next >= ahead.end) return;
+    for (int i = 0; i < lines; ++i) _mm_prefetch(ahead.next + 64 * i, _MM_HINT_T0);
+    ahead.next += 64 * (size_t)lines;
 }
 
-/// [p 1] times sixteen doubles, row vectors; divided by w unless the matrix is affine.
-TALVISORA_LANES Point3 transform(const Point3& p, const double* m, bool affine) {
-    Point3 q;
-    q.x = add(add(add(mul(p.x, broadcast(m[0])), mul(p.y, broadcast(m[4]))), mul(p.z, broadcast(m[8]))),
-              broadcast(m[12]));
-    q.y = add(add(add(mul(p.x, broadcast(m[1])), mul(p.y, broadcast(m[5]))), mul(p.z, broadcast(m[9]))),
-              broadcast(m[13]));
-    q.z = add(add(add(mul(p.x, broadcast(m[2])), mul(p.y, broadcast(m[6]))), mul(p.z, broadcast(m[10]))),
-              broadcast(m[14]));
-    if (!affine) {
-        const Lanes w =
-            add(add(add(mul(p.x, broadcast(m[3])), mul(p.y, broadcast(m[7]))), mul(p.z, broadcast(m[11]))),
-                broadcast(m[15]));
-        q = {div(q.x, w), div(q.y, w), div(q.z, w)};
-    }
-    return q;
-}
-
-/// clamp(block weight · env · envelope) with single-precision products, left to right; 0 where the gate is
-/// shut. A weight that is not a number stays one and is skipped by the threshold.
-TALVISORA_LANES Lanes blendWeight(Lanes blockWeight, Lanes gate, float env, float envelope) {
+/// clamp(block weight · env · envelope) with single-precision products, left to right. A weight that is not
+/// a number stays one and is skipped by the threshold.
+template <class P>
+TALVISORA_LANES P blendWeight(const P& blockWeight, float env, float envelope) {
     const Lanes zero = broadcast(0.0), one = broadcast(1.0);
-    Lanes w = roundToFloat(mul(blockWeight, broadcast((double)env)));
+    P w = roundToFloat(mul(blockWeight, broadcast((double)env)));
     w = roundToFloat(mul(w, broadcast((double)envelope)));
     w = select(less(w, zero), zero, w);
-    w = select(greater(w, one), one, w);
-    return select(greater(gate, zero), w, zero);
+    return select(greater(w, one), one, w);
 }
 
-/// What one group of points is moved with.
-struct Group {
-    Point3 world;
-    Point3 local;
-    Lanes basis[4];
-    Lanes weight;
-    MapLanes maps;
-};
+static inline float blendWeightOf(float blockWeight, float env, float envelope) {
+    float w = blockWeight * env;
+    w *= envelope;
+    w = w < 0.0f ? 0.0f : w;
+    return w > 1.0f ? 1.0f : w;
+}
 
-/// One block on one group that shares a knot span: the new object-space points.
-TALVISORA_LANES Point3 moveGroup(const TileJob& job, const BlockTable& table, int span, const Group& group) {
-    // Rest curve: the four control points of the span, and the offset from the curve to the point.
-    const OffsetCarrier* carriers = table.carriers + (span - 3);
-    Point3 onCurve = {broadcast(0.0), broadcast(0.0), broadcast(0.0)};
-    for (int k = 0; k < 4; ++k) addScaled(onCurve, carriers[k].rest, group.basis[k]);
-    const Point3 offset = {sub(group.world.x, onCurve.x), sub(group.world.y, onCurve.y),
-                           sub(group.world.z, onCurve.z)};
+/// What the block makes of a group, laid over what the earlier blocks have left; a weight below the threshold
+/// leaves a point alone.
+template <class P>
+TALVISORA_LANES void blendAndPut(const TileJob& job, const BlockTable& table, const GroupView& view,
+                                 const PointsOf<P>& moved) {
+    P weight;
+    fetch(view.weights, weight);
+    weight = blendWeight(weight, table.env, job.envelope);
+    const P rest = roundToFloat(sub(broadcast(1.0), weight));
+    const auto acts = notLess(weight, broadcast((double)1e-5f));
+    PointsOf<P> local;
+    fetchPoints(job.points, view.points, local);
+    const PointsOf<P> result = {select(acts, add(mul(moved.x, weight), mul(local.x, rest)), local.x),
+                                select(acts, add(mul(moved.y, weight), mul(local.y, rest)), local.y),
+                                select(acts, add(mul(moved.z, weight), mul(local.z, rest)), local.z)};
+    putPoints(job.points, view.points, result);
+}
 
-    // Offset curve: each control point's offset copy, carried from rest to current pose.
-    Point3 c[4];
+/// The same with the weight 1: nothing is left of what was there, unless it was not a number.
+template <class P>
+TALVISORA_LANES void replaceAndPut(const TileJob& job, const GroupView& view, const PointsOf<P>& moved) {
+    const Lanes none = broadcast(0.0);
+    PointsOf<P> local;
+    fetchPoints(job.points, view.points, local);
+    const PointsOf<P> result = {add(moved.x, mul(local.x, none)), add(moved.y, mul(local.y, none)),
+                                add(moved.z, mul(local.z, none))};
+    putPoints(job.points, view.points, result);
+}
+
+/// One coordinate of the rest curve.
+template <class P>
+TALVISORA_LANES P restCurve(const OffsetCarrier* k, int axis, const P* basis) {
+    return sumOfFour(mul(basis[0], broadcast(k[0].rest[axis])), mul(basis[1], broadcast(k[1].rest[axis])),
+                     mul(basis[2], broadcast(k[2].rest[axis])), mul(basis[3], broadcast(k[3].rest[axis])));
+}
+
+template <class P>
+TALVISORA_LANES P plainAxis(const OffsetCarrier* k, int axis, const PointsOf<P>& offset, const P* basis) {
+    return sumOfFour(mul(carry(offset, k[0].linear + axis, 4, k[0].constant[axis]), basis[0]),
+                     mul(carry(offset, k[1].linear + axis, 4, k[1].constant[axis]), basis[1]),
+                     mul(carry(offset, k[2].linear + axis, 4, k[2].constant[axis]), basis[2]),
+                     mul(carry(offset, k[3].linear + axis, 4, k[3].constant[axis]), basis[3]));
+}
+
+/// A group that no tweak reaches, from object space to object space.
+template <class P, bool Full>
+TALVISORA_LANES void plainGroup(const TileJob& job, const BlockTable& table, const OffsetCarrier* carriers,
+                                const GroupView& view) {
+    P basis[4];
+    for (int k = 0; k < 4; ++k) fetch(view.basis + k * view.stride, basis[k]);
+    PointsOf<P> offset;
+    fetchPoints(view.incoming, view.incomingIndex, offset);
+    offset.x = sub(add(offset.x, broadcast(job.shift[0])), restCurve(carriers, 0, basis));
+    offset.y = sub(add(offset.y, broadcast(job.shift[1])), restCurve(carriers, 1, basis));
+    offset.z = sub(add(offset.z, broadcast(job.shift[2])), restCurve(carriers, 2, basis));
+    const double* origin = job.geoMatrixInverse + 12;
+    const PointsOf<P> moved = {add(plainAxis(carriers, 0, offset, basis), broadcast(origin[0])),
+                               add(plainAxis(carriers, 1, offset, basis), broadcast(origin[1])),
+                               add(plainAxis(carriers, 2, offset, basis), broadcast(origin[2]))};
+    if (Full)
+        replaceAndPut(job, view, moved);
+    else
+        blendAndPut(job, table, view, moved);
+}
+
+/// The same for a single pair, coordinates side by side.
+static inline void plainPair(const TileJob& job, const BlockTable& table, const OffsetCarrier* carriers,
+                             const GroupView& view) {
+    const float weight = blendWeightOf(view.weights[0], table.env, job.envelope);
+    if (!(weight >= 1e-5f)) return;
+    Row basis[4], rest[4], moved[4];
+    for (int k = 0; k < 4; ++k) {
+        basis[k] = broadcastRow((double)view.basis[k * view.stride]);
+        rest[k] = mulRow(basis[k], loadRow(carriers[k].rest));
+    }
+    const Row onCurve = addRow(addRow(rest[0], rest[2]), addRow(rest[1], rest[3]));
+    const Row point = loadRow3(view.incoming + 3 * (size_t)view.incomingIndex[0]);
+    const Row offset = subRow(addRow(point, loadRow(job.shift)), onCurve);
+    Row x, y, z;
+    spreadRow(offset, x, y, z);
     for (int k = 0; k < 4; ++k) {
         const double* l = carriers[k].linear;
-        const double* t = carriers[k].constant;
-        c[k].x = add(add(add(mul(offset.x, broadcast(l[0])), mul(offset.y, broadcast(l[3]))),
-                         mul(offset.z, broadcast(l[6]))),
-                     broadcast(t[0]));
-        c[k].y = add(add(add(mul(offset.x, broadcast(l[1])), mul(offset.y, broadcast(l[4]))),
-                         mul(offset.z, broadcast(l[7]))),
-                     broadcast(t[1]));
-        c[k].z = add(add(add(mul(offset.x, broadcast(l[2])), mul(offset.y, broadcast(l[5]))),
-                         mul(offset.z, broadcast(l[8]))),
-                     broadcast(t[2]));
+        const Row carried = addRow(addRow(mulRow(x, loadRow(l)), mulRow(y, loadRow(l + 4))),
+                                   addRow(mulRow(z, loadRow(l + 8)), loadRow(carriers[k].constant)));
+        moved[k] = mulRow(carried, basis[k]);
     }
+    Row p = addRow(addRow(addRow(moved[0], moved[2]), addRow(moved[1], moved[3])),
+                   loadRow(job.geoMatrixInverse + 12));
+    double* to = job.points + 3 * (size_t)view.points[0];
+    p = addRow(mulRow(p, broadcastRow((double)weight)),
+               mulRow(loadRow3(to), broadcastRow((double)(1.0f - weight))));
+    storeRow3(to, p);
+}
+
+/// A group that tweaks reach, or one whose geometry matrix has no place in the tables: through world space.
+template <class P>
+TALVISORA_LANES void worldGroup(const TileJob& job, const BlockTable& table, int span,
+                                const GroupView& view) {
+    P basis[4];
+    for (int k = 0; k < 4; ++k) fetch(view.basis + k * view.stride, basis[k]);
+    PointsOf<P> offset;
+    fetchPoints(view.incoming, view.incomingIndex, offset);
+    if (job.folded)
+        offset = {add(offset.x, broadcast(job.shift[0])), add(offset.y, broadcast(job.shift[1])),
+                  add(offset.z, broadcast(job.shift[2]))};
+    else
+        offset = transform(offset, job.geoMatrix, job.geoAffine != 0);
+    const OffsetCarrier* carriers = table.carriers + (span - 3);
+    offset = {sub(offset.x, restCurve(carriers, 0, basis)), sub(offset.y, restCurve(carriers, 1, basis)),
+              sub(offset.z, restCurve(carriers, 2, basis))};
+
+    // Offset curve: each control point's offset copy, carried from rest to current pose.
+    PointsOf<P> c[4];
+    const WorldCarrier* world = table.world + (span - 3);
+    for (int k = 0; k < 4; ++k)
+        c[k] = {carry(offset, world[k].linear, 4, world[k].constant[0]),
+                carry(offset, world[k].linear + 1, 4, world[k].constant[1]),
+                carry(offset, world[k].linear + 2, 4, world[k].constant[2])};
 
     // Tweaks: only the joints that reach this span, in ascending order.
+    const MapRows maps = {view.maps, view.stride};
     const int firstJoint = table.firstJoint[span], lastJoint = firstJoint + table.spanJoints[span];
     for (int j = firstJoint; j < lastJoint; ++j)
-        tweak(table.joints[j], table.joints[j].controlPoint - (span - 3), offset, group.maps, c);
+        tweak(table.joints[j], table.joints[j].controlPoint - (span - 3), offset, maps, c);
 
-    // Deformed curve, back to object space, blend.
-    Point3 p = {broadcast(0.0), broadcast(0.0), broadcast(0.0)};
-    for (int k = 0; k < 4; ++k) {
-        p.x = add(p.x, mul(c[k].x, group.basis[k]));
-        p.y = add(p.y, mul(c[k].y, group.basis[k]));
-        p.z = add(p.z, mul(c[k].z, group.basis[k]));
-    }
-    p = transform(p, job.geoMatrixInverse, job.geoInverseAffine != 0);
-    const Lanes rest = roundToFloat(sub(broadcast(1.0), group.weight));
-    const LaneMask acts = notLess(group.weight, broadcast((double)1e-5f));
-    return {select(acts, add(mul(p.x, group.weight), mul(group.local.x, rest)), group.local.x),
-            select(acts, add(mul(p.y, group.weight), mul(group.local.y, rest)), group.local.y),
-            select(acts, add(mul(p.z, group.weight), mul(group.local.z, rest)), group.local.z)};
+    const PointsOf<P> onCurve = {
+        sumOfFour(mul(c[0].x, basis[0]), mul(c[1].x, basis[1]), mul(c[2].x, basis[2]), mul(c[3].x, basis[3])),
+        sumOfFour(mul(c[0].y, basis[0]), mul(c[1].y, basis[1]), mul(c[2].y, basis[2]), mul(c[3].y, basis[3])),
+        sumOfFour(mul(c[0].z, basis[0]), mul(c[1].z, basis[1]), mul(c[2].z, basis[2]),
+                  mul(c[3].z, basis[3]))};
+    blendAndPut(job, table, view, transform(onCurve, job.geoMatrixInverse, job.geoInverseAffine != 0));
 }
 
-/// kLanes pairs whose slots follow one another.
-static inline void contiguousGroup(const TileJob& job, TileScratch& scratch, const PairRun& run, int first) {
-    const BlockTable& table = job.tables[run.block];
-    const int s = run.firstSlot + first;
-    const float* basis = job.pairBasis + 4 * (size_t)run.firstPair + first;
-    Group group;
-    group.world = loadPoint(scratch.world, s);
-    group.local = loadPoint(scratch.local, s);
-    for (int k = 0; k < 4; ++k) group.basis[k] = loadFloats(basis + k * run.count);
-    group.weight = blendWeight(loadFloats(job.pairWeights + run.firstPair + first),
-                               loadFloats(scratch.gate + s), table.env, job.envelope);
-    const Lanes one = broadcast(1.0);
-    group.maps = {one, one, one, one, one, one};
-    if (job.slotMaps && table.spanJoints[run.span]) {
-        const float* m = job.slotMaps + s;
-        const int n = job.slotCount;
-        group.maps = {loadFloats(m),         loadFloats(m + n),     loadFloats(m + 2 * n),
-                      loadFloats(m + 3 * n), loadFloats(m + 4 * n), loadFloats(m + 5 * n)};
-    }
-    const Point3 moved = moveGroup(job, table, run.span, group);
-    store(scratch.local[0] + s, moved.x);
-    store(scratch.local[1] + s, moved.y);
-    store(scratch.local[2] + s, moved.z);
+/// How a run goes through: everything that is the same for all of its pairs.
+struct RunPlan {
+    const BlockTable* table;
+    const OffsetCarrier* carriers;
+    int span;
+    bool plain; ///< no tweak, tables from object space to object space
+    bool full;  ///< every pair of the run replaces its point
+};
+
+template <class P>
+TALVISORA_LANES void moveGroup(const TileJob& job, const RunPlan& plan, const GroupView& view) {
+    if (!plan.plain)
+        worldGroup<P>(job, *plan.table, plan.span, view);
+    else if (plan.full)
+        plainGroup<P, true>(job, *plan.table, plan.carriers, view);
+    else
+        plainGroup<P, false>(job, *plan.table, plan.carriers, view);
 }
 
-/// Up to kLanes pairs with slots of their own, or the tail of a contiguous run: copied into padded groups
-/// that go through the same arithmetic, and back. Spare lanes repeat the last pair and are not stored.
-static inline void gatheredGroup(const TileJob& job, TileScratch& scratch, const PairRun& run, int first,
-                                 int count) {
-    const BlockTable& table = job.tables[run.block];
-    double world[3][kLanes], local[3][kLanes];
-    float basis[4][kLanes], weight[kLanes], gate[kLanes], map[kWeightMapCount][kLanes];
-    int slots[kLanes];
-    for (int i = 0; i < kLanes; ++i) {
-        const int k = first + (i < count ? i : count - 1);
-        const int s = run.contiguous ? run.firstSlot + k : job.pairSlots[run.firstPair + k];
-        slots[i] = s;
-        for (int a = 0; a < 3; ++a) {
-            world[a][i] = scratch.world[a][s];
-            local[a][i] = scratch.local[a][s];
+/// The pairs that a run has beyond whole groups: one at a time, or as a group in which the last pair is
+/// repeated (it is then worked out several times from the same numbers, and written with the same result).
+template <class P>
+static void moveRest(const TileJob& job, const RunPlan& plan, const GroupView& view, int count) {
+    enum { kPoints = GroupOf<P>::kPoints };
+    if (plan.plain && count <= kPoints / 2) {
+        for (int i = 0; i < count; ++i)
+            plainPair(job, *plan.table, plan.carriers,
+                      {view.incoming, view.incomingIndex + i, view.points + i, view.basis + i, view.stride,
+                       view.weights + i, nullptr});
+        return;
+    }
+    uint16_t incomingIndex[kPoints], points[kPoints];
+    float basis[4 * kPoints], weights[kPoints], maps[kWeightMapCount * kPoints];
+    for (int i = 0; i < kPoints; ++i) {
+        const int k = i < count ? i : count - 1;
+        incomingIndex[i] = view.incomingIndex[k];
+        points[i] = view.points[k];
+        weights[i] = view.weights[k];
+        for (int r = 0; r < 4; ++r) basis[r * kPoints + i] = view.basis[r * view.stride + k];
+        if (view.maps)
+            for (int m = 0; m < kWeightMapCount; ++m) maps[m * kPoints + i] = view.maps[m * view.stride + k];
+    }
+    moveGroup<P>(job, plan,
+                 {view.incoming, incomingIndex, points, basis, kPoints, weights, view.maps ? maps : nullptr});
+}
+
+/// Pairs whose points may not move get the weight 0.
+static void shutGates(const TileJob& job, const uint16_t* points, const float* weights, int count,
+                      float* gated) {
+    for (int k = 0; k < count; ++k) {
+        // Written so that a weight that is not a number shuts the gate.
+        const bool open = points[k] >= job.pointWeightCount || job.pointWeights[points[k]] >= 1e-5f;
+        gated[k] = open ? weights[k] : 0.0f;
+    }
+}
+
+template <class P>
+static void moveRun(const TileJob& job, const PairRun& run, const RunPlan& plan, const double* kept,
+                    bool gated, Ahead& ahead) {
+    enum { kPoints = GroupOf<P>::kPoints };
+    const uint16_t* points = job.pairPoints + run.firstPair;
+    const uint16_t* incomingIndex = run.first ? points : job.laterKept + run.firstLater;
+    const double* incoming = run.first ? job.points : kept;
+    float openWeights[kPairGroup];
+    for (int k = 0; k < run.count; k += kPairGroup) {
+        const int inGroup = run.count - k < kPairGroup ? run.count - k : kPairGroup;
+        const float* basis = job.pairBasis + 4 * ((size_t)run.firstPair + (size_t)k);
+        const float* maps =
+            job.pairMaps ? job.pairMaps + kWeightMapCount * ((size_t)run.firstPair + (size_t)k) : nullptr;
+        const float* weights = job.pairWeights + run.firstPair + k;
+        if (gated) {
+            shutGates(job, points + k, weights, inGroup, openWeights);
+            weights = openWeights;
         }
-        for (int b = 0; b < 4; ++b)
-            basis[b][i] = job.pairBasis[4 * (size_t)run.firstPair + b * run.count + k];
-        weight[i] = job.pairWeights[run.firstPair + k];
-        gate[i] = scratch.gate[s];
-        for (int m = 0; m < kWeightMapCount; ++m)
-            map[m][i] = job.slotMaps ? job.slotMaps[(size_t)m * job.slotCount + s] : 1.0f;
+        prefetch(ahead, 3);
+        int i = 0;
+        for (; i + kPoints <= inGroup; i += kPoints)
+            moveGroup<P>(job, plan,
+                         {incoming, incomingIndex + k + i, points + k + i, basis + i, inGroup, weights + i,
+                          maps ? maps + i : nullptr});
+        if (i < inGroup)
+            moveRest<P>(job, plan,
+                        {incoming, incomingIndex + k + i, points + k + i, basis + i, inGroup, weights + i,
+                         maps ? maps + i : nullptr},
+                        inGroup - i);
     }
-    Group group;
-    group.world = {load(world[0]), load(world[1]), load(world[2])};
-    group.local = {load(local[0]), load(local[1]), load(local[2])};
-    for (int b = 0; b < 4; ++b) group.basis[b] = loadFloats(basis[b]);
-    group.weight = blendWeight(loadFloats(weight), loadFloats(gate), table.env, job.envelope);
-    group.maps = {loadFloats(map[0]), loadFloats(map[1]), loadFloats(map[2]),
-                  loadFloats(map[3]), loadFloats(map[4]), loadFloats(map[5])};
-    const Point3 moved = moveGroup(job, table, run.span, group);
-    store(local[0], moved.x);
-    store(local[1], moved.y);
-    store(local[2], moved.z);
-    for (int i = 0; i < count; ++i)
-        for (int a = 0; a < 3; ++a) scratch.local[a][slots[i]] = local[a][i];
 }
 
 static void deformTile(const TileJob& job) {
-    TileScratch scratch;
-    const int padded = (job.slotCount + kLanes - 1) / kLanes * kLanes;
-    for (int s = 0; s < padded; ++s) {
-        const int i = job.slotPoints[s < job.slotCount ? s : job.slotCount - 1];
-        scratch.local[0][s] = job.points[3 * i];
-        scratch.local[1][s] = job.points[3 * i + 1];
-        scratch.local[2][s] = job.points[3 * i + 2];
-        // Written so that a weight that is not a number shuts the gate.
-        const float weight = i < job.pointWeightCount ? job.pointWeights[i] : 1.0f;
-        scratch.gate[s] = weight >= 1e-5f ? 1.0f : 0.0f;
+    bool gated = false;
+    for (int i = 0; i < job.pointWeightCount; ++i) gated |= !(job.pointWeights[i] >= 1e-5f);
+    double kept[3 * kMostTilePoints];
+    for (int k = 0; k < job.keptCount; ++k) {
+        const double* from = job.points + 3 * (size_t)job.keptPoints[k];
+        for (int a = 0; a < 3; ++a) kept[3 * k + a] = from[a];
     }
-    for (int s = 0; s < padded; s += kLanes) {
-        const Point3 w = transform(loadPoint(scratch.local, s), job.geoMatrix, job.geoAffine != 0);
-        store(scratch.world[0] + s, w.x);
-        store(scratch.world[1] + s, w.y);
-        store(scratch.world[2] + s, w.z);
-    }
-
+    Ahead ahead = {(const char*)job.nextPoints, (const char*)(job.nextPoints + 3 * (size_t)job.nextCount)};
     for (int r = 0; r < job.runCount; ++r) {
         const PairRun& run = job.runs[r];
-        int k = 0;
-        if (run.contiguous)
-            for (; k + kLanes <= run.count; k += kLanes) contiguousGroup(job, scratch, run, k);
-        for (; k < run.count; k += kLanes)
-            gatheredGroup(job, scratch, run, k, run.count - k < kLanes ? run.count - k : kLanes);
-    }
-
-    // A point that nothing moved still holds the bits that were loaded.
-    for (int s = 0; s < job.slotCount; ++s) {
-        const int i = job.slotPoints[s];
-        job.points[3 * i] = scratch.local[0][s];
-        job.points[3 * i + 1] = scratch.local[1][s];
-        job.points[3 * i + 2] = scratch.local[2][s];
+        const BlockTable& table = job.tables[run.block];
+        const bool certain = run.unit && !gated;
+        const float weight = blendWeightOf(1.0f, table.env, job.envelope);
+        if (certain && !(weight >= 1e-5f)) continue;
+        const RunPlan plan = {&table, table.carriers + (run.span - 3), run.span,
+                              job.folded && table.spanJoints[run.span] == 0, certain && weight == 1.0f};
+        moveRun<DeformGroup>(job, run, plan, kept, gated, ahead);
     }
 }

@@ -15,40 +15,43 @@ namespace talvisora {
 
 namespace {
 
-void buildTables(const PointStage& stage, std::vector<BlockTable>& tables) {
+void buildTables(const PointStage& stage, const ObjectFrame& frame, std::vector<BlockTable>& tables) {
     tables.resize(static_cast<std::size_t>(stage.blockCount));
     for (int b = 0; b < stage.blockCount; ++b) {
         const std::size_t first = slot(b, 0);
         buildBlockTable(stage.blocks[b], stage.cvMatrices + first, stage.cvBaseMatrices + first,
                         stage.cvBaseMatricesInverse + first, stage.tweaks + first, stage.tweakVectors + first,
-                        tables[static_cast<std::size_t>(b)]);
+                        frame, tables[static_cast<std::size_t>(b)]);
     }
 }
 
-/// The job of one tile: views into the stage and the list.
-TileJob makeJob(const PointStage& stage, const ActivePairs& pairs, std::size_t t) {
-    const ActivePairs::Tile& tile = pairs.tiles()[t];
-    const std::size_t first = t * kTilePoints;
-    const std::size_t weightsLeft = stage.pointWeightCount > first ? stage.pointWeightCount - first : 0;
+/// What all tiles share.
+TileJob commonJob(const PointStage& stage, const ObjectFrame& frame, const ActivePairs& pairs) {
     TileJob job{};
-    job.points = &stage.points[first].x;
-    job.pointWeights = weightsLeft ? stage.pointWeights + first : nullptr;
-    job.pointWeightCount = static_cast<std::int32_t>(std::min<std::size_t>(weightsLeft, kTilePoints));
     job.envelope = stage.envelope;
     job.geoMatrix = stage.geoMatrix->m;
     job.geoMatrixInverse = stage.geoMatrixInverse->m;
     job.geoAffine = isAffine(*stage.geoMatrix);
     job.geoInverseAffine = isAffine(*stage.geoMatrixInverse);
+    job.folded = frame.folded;
+    job.shift = frame.shift;
     job.tables = pairs.tables.data();
-    job.runs = pairs.runs().data() + tile.firstRun;
-    job.runCount = tile.runCount;
-    job.slotPoints = pairs.slotPoints().data() + tile.firstSlot;
-    job.slotCount = tile.slotCount;
-    job.slotMaps =
-        pairs.slotMaps().empty() ? nullptr : pairs.slotMaps().data() + kWeightMapCount * tile.firstSlot;
-    job.pairSlots = pairs.pairSlots().data() + tile.firstPair;
-    job.pairWeights = pairs.pairWeights().data() + tile.firstPair;
-    job.pairBasis = pairs.pairBasis().data() + 4 * tile.firstPair;
+    return job;
+}
+
+/// The job of one tile: views into the stage and the list.
+TileJob makeJob(const PointStage& stage, const TileJob& common, const ActivePairs& pairs, std::size_t t) {
+    const std::size_t size = pairs.tilePoints(), first = t * size;
+    const std::size_t weightsLeft = stage.pointWeightCount > first ? stage.pointWeightCount - first : 0;
+    TileJob job = common;
+    job.points = &stage.points[first].x;
+    job.pointWeights = weightsLeft ? stage.pointWeights + first : nullptr;
+    job.pointWeightCount = static_cast<std::int32_t>(std::min({weightsLeft, size, stage.pointCount - first}));
+    pairs.fillJob(t, job);
+    if (stage.pointCount - first > size) {
+        job.nextPoints = job.points + 3 * size;
+        job.nextCount = static_cast<std::int32_t>(std::min(size, stage.pointCount - first - size));
+    }
     return job;
 }
 
@@ -57,12 +60,15 @@ TileJob makeJob(const PointStage& stage, const ActivePairs& pairs, std::size_t t
 void deformPoints(const PointStage& stage, ActivePairs& pairs, const VariantTable& variant) {
     if (stage.pointCount == 0 || stage.blockCount <= 0) return;
     pairs.update(stage, variant);
-    buildTables(stage, pairs.tables);
+    ObjectFrame frame;
+    makeObjectFrame(*stage.geoMatrix, *stage.geoMatrixInverse, frame);
+    buildTables(stage, frame, pairs.tables);
+    const TileJob common = commonJob(stage, frame, pairs);
     tbb::parallel_for(
         tbb::blocked_range<std::size_t>(0, pairs.tiles().size(), 1),
         [&](const tbb::blocked_range<std::size_t>& range) {
             for (std::size_t t = range.begin(); t != range.end(); ++t)
-                if (pairs.tiles()[t].slotCount > 0) variant.deformTile(makeJob(stage, pairs, t));
+                if (pairs.tiles()[t].runCount > 0) variant.deformTile(makeJob(stage, common, pairs, t));
         },
         tbb::auto_partitioner());
 }

@@ -65,3 +65,75 @@ TALVISORA_LANES Lanes maximum(Lanes a, Lanes b) {
 TALVISORA_LANES unsigned bitsOf(LaneMask mask) {
     return (unsigned)_mm_movemask_pd(mask);
 }
+/// The lanes in single precision.
+typedef __m128 FloatLanes;
+TALVISORA_LANES FloatLanes narrow(Lanes a) {
+    return _mm_cvtpd_ps(a);
+}
+TALVISORA_LANES Lanes widen(FloatLanes a) {
+    return _mm_cvtps_pd(a);
+}
+TALVISORA_LANES FloatLanes mulFloats(FloatLanes a, FloatLanes b) {
+    return _mm_mul_ps(a, b);
+}
+TALVISORA_LANES FloatLanes broadcastFloat(float a) {
+    return _mm_set1_ps(a);
+}
+TALVISORA_LANES FloatLanes loadFloatLanes(const float* p) {
+    return _mm_castsi128_ps(_mm_loadl_epi64((const __m128i*)p));
+}
+TALVISORA_LANES LaneMask equal(Lanes a, Lanes b) {
+    return _mm_cmpeq_pd(a, b);
+}
+/// The points at base + 3 · index[lane], as separate coordinates; nothing beyond a point's own 24 bytes is
+/// read.
+TALVISORA_LANES void loadPoints(const double* base, const uint16_t* index, Lanes& x, Lanes& y, Lanes& z) {
+    const double *p0 = base + 3 * (size_t)index[0], *p1 = base + 3 * (size_t)index[1];
+    const __m128d first = _mm_loadu_pd(p0), second = _mm_loadu_pd(p1);
+    x = _mm_unpacklo_pd(first, second);
+    y = _mm_unpackhi_pd(first, second);
+    z = _mm_loadh_pd(_mm_load_sd(p0 + 2), p1 + 2);
+}
+/// The other way.
+TALVISORA_LANES void storePoints(double* base, const uint16_t* index, Lanes x, Lanes y, Lanes z) {
+    double *p0 = base + 3 * (size_t)index[0], *p1 = base + 3 * (size_t)index[1];
+    _mm_storeu_pd(p0, _mm_unpacklo_pd(x, y));
+    _mm_storel_pd(p0 + 2, z);
+    _mm_storeu_pd(p1, _mm_unpackhi_pd(x, y));
+    _mm_storeh_pd(p1 + 2, z);
+}
+/// Four doubles of one point or table row: x, y, z and one that does not matter.
+struct Row {
+    __m128d xy, z;
+};
+TALVISORA_LANES Row loadRow(const double* p) {
+    return {_mm_loadu_pd(p), _mm_load_sd(p + 2)};
+}
+/// Three doubles; nothing beyond them is touched.
+TALVISORA_LANES Row loadRow3(const double* p) {
+    return loadRow(p);
+}
+TALVISORA_LANES void storeRow3(double* p, Row a) {
+    _mm_storeu_pd(p, a.xy);
+    _mm_store_sd(p + 2, a.z);
+}
+TALVISORA_LANES Row broadcastRow(double a) {
+    return {_mm_set1_pd(a), _mm_set1_pd(a)};
+}
+TALVISORA_LANES Row addRow(Row a, Row b) {
+    return {_mm_add_pd(a.xy, b.xy), _mm_add_pd(a.z, b.z)};
+}
+TALVISORA_LANES Row subRow(Row a, Row b) {
+    return {_mm_sub_pd(a.xy, b.xy), _mm_sub_pd(a.z, b.z)};
+}
+TALVISORA_LANES Row mulRow(Row a, Row b) {
+    return {_mm_mul_pd(a.xy, b.xy), _mm_mul_pd(a.z, b.z)};
+}
+/// The first, second and third value in all places.
+TALVISORA_LANES void spreadRow(Row a, Row& x, Row& y, Row& z) {
+    const __m128d xs = _mm_unpacklo_pd(a.xy, a.xy), ys = _mm_unpackhi_pd(a.xy, a.xy);
+    const __m128d zs = _mm_unpacklo_pd(a.z, a.z);
+    x = {xs, xs};
+    y = {ys, ys};
+    z = {zs, zs};
+}

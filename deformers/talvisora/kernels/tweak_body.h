@@ -4,132 +4,144 @@
 // decides the amounts is that of the joint's own control point before any tweak has touched it (a neighbour
 // reaches at most the points beside it), so both dot products follow from the offset alone. And each control
 // point is moved by its own value only, so a span needs just the joints in reach and, of them, just the
-// control points it uses. To be included inside the variant's namespace.
+// control points it uses. To be included inside the variant's namespace, after lanes_points.h.
 //
 // Twin widths: amounts are products in double of widened singles; the collision's distance and its product
-// are rounded to single after every factor.
+// are single precision, rounded after every factor.
 
-struct Point3 {
-    Lanes x, y, z;
+/// Rows of weight-map values of a group, `stride` apart; null: all of them 1.
+struct MapRows {
+    const float* first;
+    int stride;
 };
 
-/// Weight-map values of a group of points.
-struct MapLanes {
-    Lanes collision, bulge, centreIn, centreOut, slideIn, slideOut;
-};
-
-TALVISORA_LANES Lanes dotWith(const double* v, const Point3& p) {
-    return add(add(mul(p.x, broadcast(v[0])), mul(p.y, broadcast(v[1]))), mul(p.z, broadcast(v[2])));
+template <class P>
+TALVISORA_LANES P mapValue(const MapRows& maps, int map) {
+    P value;
+    fetch(maps.first + map * maps.stride, value);
+    return value;
 }
 
-TALVISORA_LANES void addScaled(Point3& p, const double* v, Lanes amount) {
-    p.x = add(p.x, mul(broadcast(v[0]), amount));
-    p.y = add(p.y, mul(broadcast(v[1]), amount));
-    p.z = add(p.z, mul(broadcast(v[2]), amount));
+/// amount · map, the inside's where w > 0, else the outside's.
+template <class P, class Mask>
+TALVISORA_LANES P mapped(const MapRows& maps, int inside, int outside, const Mask& inner, const P& amount) {
+    if (!maps.first) return amount;
+    return mul(amount, select(inner, mapValue<P>(maps, inside), mapValue<P>(maps, outside)));
 }
 
-TALVISORA_LANES void subScaled(Point3& p, const double* v, Lanes amount) {
-    p.x = sub(p.x, mul(broadcast(v[0]), amount));
-    p.y = sub(p.y, mul(broadcast(v[1]), amount));
-    p.z = sub(p.z, mul(broadcast(v[2]), amount));
+/// The sided value of one tweak times an amount.
+template <class P, class Mask>
+TALVISORA_LANES P sided(const Mask& inner, double inside, double outside, const P& amount) {
+    return mul(select(inner, broadcast(inside), broadcast(outside)), amount);
 }
 
-/// inside where w > 0, else outside, each as value · w · map.
-TALVISORA_LANES Lanes sidedAmount(LaneMask inner, double inside, double outside, Lanes w, Lanes mapIn,
-                                  Lanes mapOut) {
-    return select(inner, mul(mul(broadcast(inside), w), mapIn), mul(mul(broadcast(outside), w), mapOut));
+template <class P>
+TALVISORA_LANES void addScaled(PointsOf<P>& p, const double* v, const P& amount) {
+    p.x = add(p.x, mul(amount, broadcast(v[0])));
+    p.y = add(p.y, mul(amount, broadcast(v[1])));
+    p.z = add(p.z, mul(amount, broadcast(v[2])));
+}
+
+template <class P>
+TALVISORA_LANES void subScaled(PointsOf<P>& p, const double* v, const P& amount) {
+    p.x = sub(p.x, mul(amount, broadcast(v[0])));
+    p.y = sub(p.y, mul(amount, broadcast(v[1])));
+    p.z = sub(p.z, mul(amount, broadcast(v[2])));
+}
+
+/// What a point that crossed the collision plane goes back in one coordinate.
+template <class P, class Floats>
+TALVISORA_LANES P wayBack(const TweakJoint& joint, int axis, const Floats& distance, const MapRows& maps) {
+    Floats back = mulFloats(distance, broadcastFloat(joint.planeNormalFloat[axis]));
+    back = mulFloats(mulFloats(back, broadcastFloat(joint.collision)), broadcastFloat(joint.collisionClamp));
+    if (maps.first) {
+        Floats map;
+        fetchFloats(maps.first, map); // the collision map is the first row
+        back = mulFloats(back, map);
+    }
+    return widen(back);
 }
 
 /// Pushes a control point back over the collision plane when it has crossed it: a point before the joint when
 /// its distance is negative, one after it when positive.
-TALVISORA_LANES void collide(const TweakJoint& joint, bool before, Lanes map, Point3& p) {
-    const Point3 fromPlane = {sub(p.x, broadcast(joint.planePoint[0])),
-                              sub(p.y, broadcast(joint.planePoint[1])),
-                              sub(p.z, broadcast(joint.planePoint[2]))};
-    const Lanes distance = roundToFloat(dotWith(joint.planeNormal, fromPlane));
+template <class P>
+TALVISORA_LANES void collide(const TweakJoint& joint, bool before, const MapRows& maps, PointsOf<P>& p) {
+    typedef typename GroupOf<P>::Floats Floats;
+    const Floats distance = narrow(sub(dotWith(joint.planeNormal, p), broadcast(joint.planeDistance)));
     const Lanes zero = broadcast(0.0);
-    const LaneMask crossed = before ? less(distance, zero) : greater(distance, zero);
-    const Lanes collision = broadcast(joint.collision), clamped = broadcast(joint.collisionClamp);
-    // A product of two singles is exact in double, so rounding it once gives the single-precision product.
-    Lanes back[3];
-    for (int a = 0; a < 3; ++a) {
-        const Lanes byDistance = roundToFloat(mul(broadcast(joint.planeNormal[a]), distance));
-        const Lanes byAmount = roundToFloat(mul(roundToFloat(mul(byDistance, collision)), clamped));
-        back[a] = roundToFloat(mul(byAmount, map));
-    }
-    p.x = select(crossed, sub(p.x, back[0]), p.x);
-    p.y = select(crossed, sub(p.y, back[1]), p.y);
-    p.z = select(crossed, sub(p.z, back[2]), p.z);
+    const auto crossed = before ? less(widen(distance), zero) : greater(widen(distance), zero);
+    p.x = select(crossed, sub(p.x, wayBack<P>(joint, 0, distance, maps)), p.x);
+    p.y = select(crossed, sub(p.y, wayBack<P>(joint, 1, distance, maps)), p.y);
+    p.z = select(crossed, sub(p.z, wayBack<P>(joint, 2, distance, maps)), p.z);
 }
 
 /// One joint on the span's control points c[0] … c[3]; the joint's own one would be c[At], At from -2 to 5.
-template <int At>
-static inline void tweakAt(const TweakJoint& joint, const Point3& offset, const MapLanes& maps, Point3* c) {
+template <int At, class P>
+TALVISORA_LANES void tweakAt(const TweakJoint& joint, const PointsOf<P>& offset, const MapRows& maps,
+                             PointsOf<P>* c) {
     constexpr bool own = At >= 0 && At <= 3;
     constexpr bool before = At - 1 >= 0 && At - 1 <= 3;
     constexpr bool after = At + 1 >= 0 && At + 1 <= 3;
     constexpr int ownIndex = own ? At : 0, beforeIndex = before ? At - 1 : 0, afterIndex = after ? At + 1 : 0;
     const uint32_t steps = joint.steps;
 
-    if (own || before || after) {
-        const Lanes zAxisWeight = add(dotWith(joint.zAxisDot, offset), broadcast(joint.zAxisDot[3]));
-        const Lanes deformWeight = add(dotWith(joint.deformDot, offset), broadcast(joint.deformDot[3]));
+    if ((own || before || after) && (steps & ~(uint32_t)kCollisionStep)) {
+        const P deformWeight = add(dotWith(joint.deformDot, offset), broadcast(joint.deformDot[3]));
         // A signed square: grows with the distance along the bend direction and keeps its sign.
-        const Lanes w = mul(mul(deformWeight, absolute(deformWeight)), broadcast(joint.angleWeight));
-        const LaneMask inner = greater(w, broadcast(0.0));
+        const P w = mul(mul(deformWeight, absolute(deformWeight)), broadcast(joint.angleWeight));
+        const auto inner = greater(w, broadcast(0.0));
 
         if (own && (steps & kCentreStep))
             addScaled(c[ownIndex], joint.deformVec,
-                      sidedAmount(inner, joint.centerIn, joint.centerOut, w, maps.centreIn, maps.centreOut));
-        if (steps & kSlideStep) {
+                      sided(inner, joint.centerIn, joint.centerOut, mapped(maps, 2, 3, inner, w)));
+        if ((before || after) && (steps & kSlideStep)) {
+            const P amount = mapped(maps, 4, 5, inner, w);
             if (before)
                 addScaled(c[beforeIndex], joint.prevVec,
-                          sidedAmount(inner, joint.slidePrevIn, joint.slidePrevOut, w, maps.slideIn,
-                                      maps.slideOut));
+                          sided(inner, joint.slidePrevIn, joint.slidePrevOut, amount));
             if (after)
                 addScaled(c[afterIndex], joint.nextVec,
-                          sidedAmount(inner, joint.slideNextIn, joint.slideNextOut, w, maps.slideIn,
-                                      maps.slideOut));
+                          sided(inner, joint.slideNextIn, joint.slideNextOut, amount));
         }
         if (steps & kOrthoStep) {
             // The two neighbours move to opposite sides of the plane, on purpose.
             if (before)
                 subScaled(c[beforeIndex], joint.planeNormal,
-                          select(inner, mul(broadcast(joint.slideOrthoPrevIn), w),
-                                 mul(broadcast(joint.slideOrthoPrevOut), w)));
+                          sided(inner, joint.slideOrthoPrevIn, joint.slideOrthoPrevOut, w));
             if (after)
                 addScaled(c[afterIndex], joint.planeNormal,
-                          select(inner, mul(broadcast(joint.slideOrthoNextIn), w),
-                                 mul(broadcast(joint.slideOrthoNextOut), w)));
+                          sided(inner, joint.slideOrthoNextIn, joint.slideOrthoNextOut, w));
         }
-        const Lanes half = broadcast(0.5);
-        if (steps & kCollisionBulgeStep) {
-            const Lanes amount = mul(mul(mul(broadcast(joint.collisionBulge), deformWeight), zAxisWeight),
-                                     broadcast(joint.angleWeight));
-            const Lanes pushed = select(inner, amount, broadcast(0.0));
-            if (own) addScaled(c[ownIndex], joint.zAxis, pushed);
-            if (before) addScaled(c[beforeIndex], joint.zAxis, mul(half, pushed));
-            if (after) addScaled(c[afterIndex], joint.zAxis, mul(half, pushed));
-        }
-        if (steps & kBulgeStep) {
-            const Lanes amount = mul(mul(broadcast(joint.bulgeAngle), zAxisWeight), maps.bulge);
+        if (steps & (kCollisionBulgeStep | kBulgeStep)) {
+            // Both push along the bend axis, by the same distance from it.
+            const P zAxisWeight = add(dotWith(joint.zAxisDot, offset), broadcast(joint.zAxisDot[3]));
+            P amount = select(inner, mul(deformWeight, broadcast(joint.collisionBulgeAngle)), broadcast(0.0));
+            if (maps.first)
+                amount = add(amount, mul(mapValue<P>(maps, 1), broadcast(joint.bulgeAngle)));
+            else
+                amount = add(amount, broadcast(joint.bulgeAngle));
+            amount = mul(amount, zAxisWeight);
             if (own) addScaled(c[ownIndex], joint.zAxis, amount);
-            if (before) addScaled(c[beforeIndex], joint.zAxis, mul(half, amount));
-            if (after) addScaled(c[afterIndex], joint.zAxis, mul(half, amount));
+            if (before || after) {
+                const P half = mul(amount, broadcast(0.5));
+                if (before) addScaled(c[beforeIndex], joint.zAxis, half);
+                if (after) addScaled(c[afterIndex], joint.zAxis, half);
+            }
         }
     }
     if (steps & kCollisionStep) {
         if (At - 2 >= 0 && At - 2 <= 3)
-            collide(joint, true, maps.collision, c[At - 2 >= 0 && At - 2 <= 3 ? At - 2 : 0]);
-        if (before) collide(joint, true, maps.collision, c[beforeIndex]);
-        if (after) collide(joint, false, maps.collision, c[afterIndex]);
+            collide(joint, true, maps, c[At - 2 >= 0 && At - 2 <= 3 ? At - 2 : 0]);
+        if (before) collide(joint, true, maps, c[beforeIndex]);
+        if (after) collide(joint, false, maps, c[afterIndex]);
         if (At + 2 >= 0 && At + 2 <= 3)
-            collide(joint, false, maps.collision, c[At + 2 >= 0 && At + 2 <= 3 ? At + 2 : 0]);
+            collide(joint, false, maps, c[At + 2 >= 0 && At + 2 <= 3 ? At + 2 : 0]);
     }
 }
 
-static inline void tweak(const TweakJoint& joint, int at, const Point3& offset, const MapLanes& maps,
-                         Point3* c) {
+template <class P>
+TALVISORA_LANES void tweak(const TweakJoint& joint, int at, const PointsOf<P>& offset, const MapRows& maps,
+                           PointsOf<P>* c) {
     switch (at) {
     case -2:
         tweakAt<-2>(joint, offset, maps, c);

@@ -11,6 +11,12 @@ namespace sse41 {
 
 #include "kernels/lanes_sse41.h"
 
+#include "kernels/lanes_pair.h"
+#include "kernels/lanes_points.h"
+
+/// Points that the point stage takes at a time.
+typedef LanePair DeformGroup;
+
 #include "kernels/curve_body.h"
 #include "kernels/tweak_body.h"
 

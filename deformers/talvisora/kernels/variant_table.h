@@ -7,23 +7,27 @@
 
 namespace talvisora {
 
-/// Points of one tile; tiles are what a thread takes at a time. Larger ones give longer runs where many
-/// blocks share a tile; this one's coordinates still fit a second-level cache.
+/// Points of one tile of the nearest search; tiles are what a thread takes at a time.
 static constexpr int kTilePoints = 2048;
+/// Points of the largest tile of the point stage.
+static constexpr int kMostTilePoints = 8192;
+/// Pairs whose basis values and weight-map values lie together.
+static constexpr int kPairGroup = 8;
 
-/// Pairs of one tile that share block and knot span: pairs [firstPair, firstPair + count) of the list,
-/// counted from the tile's first pair. A contiguous run's pairs own the slots from firstSlot on, one after
-/// the other; the pairs of the others name their slots one by one.
+/// Pairs of one tile that share block and knot span: pairs [firstPair, firstPair + count) of the tile. A
+/// first run's points have not been moved by any earlier block; those of a later run have.
 struct PairRun {
     int32_t block;
     int32_t span;
     uint32_t firstPair;
-    uint16_t count;
-    uint16_t firstSlot;
-    uint8_t contiguous;
+    uint32_t firstLater; ///< of a later run: the place of its first pair in the tile's laterKept
+    int32_t count;
+    uint8_t first;
+    uint8_t unit; ///< every block weight of the run is exactly 1
 };
 
-/// One tile of the point stage. A slot is a point of the tile that at least one block may move.
+/// One tile of the point stage. Values that belong to pairs come in groups of kPairGroup: group g of a run
+/// begins at row count · (firstPair + kPairGroup · g), its rows are as long as the group has pairs.
 struct TileJob {
     double* points;            ///< the tile's points, x y z each, object space, deformed in place
     const float* pointWeights; ///< the tile's, or null: all of them 1
@@ -33,15 +37,20 @@ struct TileJob {
     const double* geoMatrixInverse; ///< sixteen doubles
     int32_t geoAffine;              ///< fourth column (0, 0, 0, 1): no division by w
     int32_t geoInverseAffine;
+    int32_t folded;      ///< the tables take points in object space; see ObjectFrame
+    const double* shift; ///< ObjectFrame's, four doubles
     const BlockTable* tables;
-    const PairRun* runs;
+    const PairRun* runs; ///< blocks ascending
     int32_t runCount;
-    const uint16_t* slotPoints; ///< slot → point of the tile
-    int32_t slotCount;
-    const float* slotMaps; ///< six rows of slotCount weight-map values, or null: all of them 1
-    const uint16_t* pairSlots;
-    const float* pairWeights; ///< block weights
-    const float* pairBasis;   ///< per run: four rows of `count` basis values, from 4 · firstPair on
+    const uint16_t* pairPoints; ///< points of the tile
+    const float* pairWeights;   ///< block weights
+    const float* pairBasis;     ///< four rows of basis values per group
+    const float* pairMaps;      ///< six rows of weight-map values per group, or null: all of them 1
+    const uint16_t* keptPoints; ///< points that a later run moves again from where they came in
+    int32_t keptCount;
+    const uint16_t* laterKept; ///< of the pairs of later runs: place in keptPoints
+    const double* nextPoints;  ///< points that are likely to be wanted next, triples
+    int32_t nextCount;
 };
 
 /// Boxes that samples are kept in, at most; a multiple of every lane count. One bit of 32 stays free.
