@@ -103,7 +103,8 @@ BindReport runBindJob(const BindJob& job) {
     if (!std::isfinite(job.maxDistanceCoeff) || job.maxDistanceCoeff < 0.0)
         throw HostError(ExitCode::kUsage, "--max-distance-coeff: a number of 0 or more expected");
 
-    const Character character = readCharacter(job.character, {job.units});
+    const Character character =
+        readCharacter(job.character, {job.units, byDistance ? SkinUse::kOptional : SkinUse::kRequired});
     AutoRig rig = buildAutoRig(byDistance ? boundToNearestBones(character) : character, job.blocks);
     RigFile file = makeRigFile(character, rig, job.output, job.units, job.up);
     file.path = job.output;

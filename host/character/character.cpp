@@ -35,10 +35,15 @@ std::vector<Triangle> Character::pointTriangles() const {
 Character readCharacter(const std::string& path, const ReadOptions& options) {
     const reading::SceneFile file(path);
     reading::checkScene(path, file.scene());
+    const bool skinned = reading::hasSkin(file.scene());
+    if (!skinned && options.skin == SkinUse::kRequired)
+        reading::refuse(path, "it has no skin (no mesh names a joint); export the mesh together with its "
+                              "armature, or bind it with grhost bind --weights distance");
 
     Character character;
     character.path = path;
     character.warnings = file.warnings;
+    character.skinned = skinned;
     character.unitFromMetadata = file.unitFromMetadata && options.units == FileUnit::kFromFile;
     switch (options.units) {
     case FileUnit::kFromFile:
@@ -61,6 +66,9 @@ Character readCharacter(const std::string& path, const ReadOptions& options) {
     const reading::NodeOfName nodeOfName = reading::readNodes(file, character);
     const std::vector<reading::MeshPlacement> placements = reading::readSkeleton(file, nodeOfName, character);
     reading::readSkin(file, placements, character);
+    if (skinned && character.influences.empty() && options.skin == SkinUse::kRequired)
+        reading::refuse(path,
+                        "its skin has no weights, no joint moves a point; bind the mesh to its armature");
     reading::readClips(file, nodeOfName, character);
     return character;
 }

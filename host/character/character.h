@@ -30,8 +30,16 @@ enum class FileUnit {
 /// "m", "cm", "mm", "keep" (empty: kFromFile); anything else is a HostError kUsage.
 FileUnit parseFileUnit(const std::string& text);
 
+/// Whether the file must say which joint moves which point.
+enum class SkinUse {
+    kRequired, ///< a file without a skin, or with an empty one, is refused
+    kOptional, ///< the points of such a file have no influences: a rig file, or the mesh itself, says the
+               ///< rest
+};
+
 struct ReadOptions {
     FileUnit units = FileUnit::kFromFile;
+    SkinUse skin = SkinUse::kRequired;
 };
 
 /// One mesh as the file splits it. All lists over vertices have `positions.size()` elements or are empty.
@@ -100,6 +108,7 @@ struct Character {
     double metresPerFileUnit = 1.0;
     double evaluationPerFileUnit = 100.0; ///< file lengths times this are evaluation lengths; 1 for kKeep
     bool unitFromMetadata = false;
+    bool skinned = true; ///< false: joints are found among the nodes, rest is the pose as loaded
 
     std::vector<CharacterNode> nodes;
     std::vector<Joint> joints;
@@ -122,7 +131,7 @@ struct Character {
 /// Reads a glTF 2.0 (.gltf, .glb), FBX, COLLADA (.dae) or X file. Everything that the file claims is checked
 /// (indices, finite numbers, sizes, the node tree), so the result can be used without further tests.
 /// Throws HostError kInput with one line: file missing, not a file, unreadable, of another format, without a
-/// skin, or broken. Threads: may run at the same time as other calls.
+/// skin where one is required, without joints, or broken. Threads: may run at the same time as other calls.
 Character readCharacter(const std::string& path, const ReadOptions& options = {});
 
 } // namespace talvisora::host

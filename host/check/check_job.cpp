@@ -76,7 +76,8 @@ CheckReport runCheckJob(const CheckJob& job) {
     const RigPicture picture(job.picture, report.character, {}, isRig ? job.target : "");
     const FileUnit units = rigFile && job.units == FileUnit::kFromFile ? unitsOf(*rigFile) : job.units;
     const bool zUp = (job.up.empty() && rigFile ? rigFile->upAxis : job.up) == "z";
-    const Character character = readCharacter(report.character, {units});
+    const Character character =
+        readCharacter(report.character, {units, rigFile ? SkinUse::kOptional : SkinUse::kRequired});
     const AutoRig rig = rigFile ? fitRig(*rigFile, character) : buildAutoRig(character);
     const Module module(job.module);
     if (!module.command(kCommand))

@@ -84,7 +84,7 @@ void describeRig(const Character& character, const AutoRig& rig, DeformReport& r
     report.notes.insert(report.notes.end(), rig.notes.begin(), rig.notes.end());
     const std::vector<double> left = rig.shareLeftBehind();
     for (std::size_t i = 0; i < left.size(); ++i)
-        if (character.influenceStart[i] != character.influenceStart[i + 1])
+        if (character.influences.empty() || character.influenceStart[i] != character.influenceStart[i + 1])
             report.leftBehind = std::max(report.leftBehind, left[i]);
 }
 
@@ -105,6 +105,9 @@ DeformReport runDeformJob(const DeformJob& job) {
 
     DeformInputs inputs(job);
     const Character& character = inputs.character;
+    if (job.baseline && character.influences.empty())
+        throw HostError(ExitCode::kUsage, "--baseline: '" + job.character +
+                                              "' has no skin weights to blend; leave the option out");
     const bool wholeRun = !job.outputs.empty() || job.baseline || !job.frames.empty();
     const std::vector<int>& clipFrames = inputs.frames;
     std::vector<int> pictureFrames;

@@ -22,7 +22,8 @@ FileUnit unitsFor(const DeformJob& job, const std::optional<RigFile>& rigFile) {
 DeformInputs::DeformInputs(const DeformJob& deformJob)
     : job(deformJob),
       rigFile(readRig(deformJob)),
-      character(readCharacter(deformJob.character, {unitsFor(deformJob, rigFile)})),
+      character(readCharacter(deformJob.character, {unitsFor(deformJob, rigFile),
+                                                    rigFile ? SkinUse::kOptional : SkinUse::kRequired})),
       clip(&character.clips[findClip(character, deformJob.clip)]),
       frames(framesOf(deformJob.frames)),
       zUp((deformJob.up.empty() && rigFile ? rigFile->upAxis : deformJob.up) == "z") {}

@@ -100,7 +100,7 @@ ResetReport runResetJob(const ResetJob& job) {
     const std::string path = characterOf(job, rig);
     checkFilesApart(path, {output}, "", "");
     const RigPicture picture(job.picture, path, {output}, job.rig);
-    const Character character = readCharacter(path, {unitsOf(rig)});
+    const Character character = readCharacter(path, {unitsOf(rig), SkinUse::kOptional});
     const AutoRig fitted = fitRig(rig, character);
     const Module module(job.module);
     requireReset(module, job.kind, params ? "grhost params" : "grhost weights");

@@ -27,7 +27,7 @@ MirrorReport runMirrorJob(const MirrorJob& job) {
     const std::string path = job.character.empty() ? rig.characterPath() : job.character;
     checkFilesApart(path, {job.output}, "", "");
     const RigPicture picture(job.picture, path, {job.output}, job.rig);
-    const Character character = readCharacter(path, {unitsOf(rig)});
+    const Character character = readCharacter(path, {unitsOf(rig), SkinUse::kOptional});
     MirrorReport report;
     report.rig = job.rig;
     report.output = job.output;
@@ -56,9 +56,9 @@ TransferReport runTransferJob(const TransferJob& job) {
                                               "' are " +
                                               (rig.units.length == "cm" ? "centimetres" : "the file's own") +
                                               "; both characters must be read the same way");
-    const Character from = readCharacter(source, {unitsOf(rig)});
+    const Character from = readCharacter(source, {unitsOf(rig), SkinUse::kOptional});
     fitRig(rig, from);
-    const Character to = readCharacter(job.character, {units});
+    const Character to = readCharacter(job.character, {units, SkinUse::kOptional});
     TransferReport report;
     report.rig = job.rig;
     report.character = job.character;

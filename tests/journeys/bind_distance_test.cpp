@@ -3,13 +3,17 @@
 #include "host/gltf_writer.h"
 #include "journeys/run_grhost.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <sstream>
+
 namespace talvisora::journeys {
 namespace {
 
 class BindByDistance : public Journey {
 protected:
     Json report(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.end(), {"--json", "--quiet"});
+        arguments.push_back("--json");
         const Ran ran = run(arguments);
         EXPECT_EQ(ran.exitCode, 0) << ran.err;
         return ran.exitCode == 0 ? Json::parse(ran.out) : Json();
@@ -59,6 +63,43 @@ TEST_F(BindByDistance, TheSkinInTheFileIsLeftAlone) {
                others = Json::parse(fileText(path("other.rig.json")));
     EXPECT_EQ(own.at("hierarchy"), others.at("hierarchy"));
     EXPECT_EQ(own.at("blocks"), others.at("blocks"));
+}
+
+TEST_F(BindByDistance, AFileWithoutASkinGoesAllTheWay) {
+    gltf_writer::Document bar = gltf_writer::makeBar({});
+    gltf_writer::json& attributes = bar.root["meshes"][0]["primitives"][0]["attributes"];
+    attributes.erase("JOINTS_0");
+    attributes.erase("WEIGHTS_0");
+    bar.root["nodes"][0].erase("skin");
+    bar.root.erase("skins");
+    // The whole chain rises by one unit in one second: every point must rise with it.
+    gltf_writer::animate(bar, "rise", 1, "translation", {0, 1}, {0, 0, 0, 0, 1, 0}, 3);
+    write("bare.gltf", bar.text());
+    const Json bound =
+        report({"bind", path("bare.gltf"), "--weights", "distance", "-o", path("bare.rig.json")});
+    EXPECT_EQ(bound.at("points"), 28);
+    EXPECT_EQ(bound.at("leftBehind"), 0);
+    report({"weights", path("bare.rig.json"), "--select", "0-3", "--base", "0"});
+    report({"params", path("bare.rig.json")});
+    report({"check", path("bare.rig.json")});
+    report({"deform", path("bare.gltf"), "--rig", path("bare.rig.json"), "--frames", "25", "-o",
+            path("up.obj")});
+    std::istringstream obj(fileText(path("up.0025.obj")));
+    std::size_t points = 0;
+    double lowest = 1e9, highest = -1e9;
+    for (std::string line; std::getline(obj, line);) {
+        double x, y, z;
+        if (std::sscanf(line.c_str(), "v %lf %lf %lf", &x, &y, &z) != 3) continue;
+        ++points;
+        lowest = std::min(lowest, y);
+        highest = std::max(highest, y);
+    }
+    EXPECT_EQ(points, 28u);
+    EXPECT_NEAR(lowest, 1.0, 1e-5);
+    EXPECT_NEAR(highest, 4.0, 1e-5);
+    const Ran ran = run({"deform", path("bare.gltf"), "--rig", path("bare.rig.json"), "--baseline"});
+    EXPECT_EQ(ran.exitCode, 2);
+    EXPECT_NE(ran.err.find("has no skin weights to blend"), std::string::npos) << ran.err;
 }
 
 TEST_F(BindByDistance, SmoothingLeavesNothingBehindWhateverTheWeights) {

@@ -143,11 +143,13 @@ void checkScene(const std::string& path, const aiScene& scene) {
     checker.nodes();
     checker.meshes();
     checker.animations();
+}
+
+bool hasSkin(const aiScene& scene) {
     bool anyBone = false;
     for (unsigned m = 0; m < scene.mNumMeshes; ++m)
         anyBone = anyBone || (scene.mMeshes[m]->mNumBones > 0 && !isMadeUp(scene, *scene.mMeshes[m]));
-    if (!anyBone)
-        refuse(path, "it has no skin (no mesh names a joint); export the mesh together with its armature");
+    return anyBone;
 }
 
 } // namespace talvisora::host::reading

@@ -44,6 +44,9 @@ private:
 /// with a cycle, sizes past what 32-bit indices hold. Throws HostError kInput.
 void checkScene(const std::string& path, const aiScene& scene);
 
+/// Whether a mesh of a checked scene names a joint.
+bool hasSkin(const aiScene& scene);
+
 /// Fills nodes. The map answers the first node (depth first) of a name.
 using NodeOfName = std::map<std::string, std::uint32_t>;
 NodeOfName readNodes(const SceneFile& file, Character& character);
@@ -57,7 +60,15 @@ struct MeshPlacement {
     std::uint32_t sceneMesh = 0;
 };
 
-/// Fills joints with their rest matrices; one placement per mesh to read.
+/// One flag per node: whether it is a joint of a file without a skin. A joint holds no mesh. Where joints are
+/// animated, these are, with all between two of them and all below them; else every node that holds no mesh
+/// and has none below it, but for a container at the origin that they hang on. HostError kInput when there
+/// are none.
+std::vector<char> findBareJoints(const SceneFile& file, const NodeOfName& nodeOfName,
+                                 const Character& character);
+
+/// Fills joints with their rest matrices; one placement per mesh to read, in a file without a skin one per
+/// node that shows a mesh.
 std::vector<MeshPlacement> readSkeleton(const SceneFile& file, const NodeOfName& nodeOfName,
                                         Character& character);
 

@@ -40,13 +40,22 @@ struct Builder {
     double unit() const { return character.evaluationPerFileUnit; }
 
     void findJoints() {
-        const aiScene& scene = file.scene();
-        std::vector<CharacterNode>& nodes = character.nodes;
+        const std::vector<CharacterNode>& nodes = character.nodes;
         depth.resize(nodes.size());
         for (std::size_t i = 0; i < nodes.size(); ++i)
             depth[i] = nodes[i].parent < 0 ? 0 : depth[static_cast<std::size_t>(nodes[i].parent)] + 1;
-
         std::vector<char> bound(nodes.size(), 0), inside(nodes.size(), 0);
+        if (character.skinned)
+            markBones(bound, inside);
+        else
+            inside = findBareJoints(file, nodeOfName, character);
+        makeJoints(bound, inside);
+    }
+
+    /// Nodes that meshes name as bones, and those that lie between two of them.
+    void markBones(std::vector<char>& bound, std::vector<char>& inside) {
+        const aiScene& scene = file.scene();
+        const std::vector<CharacterNode>& nodes = character.nodes;
         std::set<std::string> lost;
         for (unsigned m = 0; m < scene.mNumMeshes; ++m)
             for (unsigned b = 0; b < scene.mMeshes[m]->mNumBones; ++b) {
@@ -73,6 +82,10 @@ struct Builder {
                  at = static_cast<std::size_t>(nodes[at].parent))
                 inside[at] = 1;
         }
+    }
+
+    void makeJoints(const std::vector<char>& bound, const std::vector<char>& inside) {
+        const std::vector<CharacterNode>& nodes = character.nodes;
         std::set<std::string> taken;
         jointOfNode.assign(nodes.size(), -1);
         for (std::size_t i = 0; i < nodes.size(); ++i) {
@@ -182,7 +195,7 @@ std::vector<MeshPlacement> readSkeleton(const SceneFile& file, const NodeOfName&
     std::vector<std::pair<int, std::uint32_t>> order; // depth of the lead joint, mesh
     for (std::uint32_t m = 0; m < scene.mNumMeshes; ++m) {
         placements[m].sceneMesh = m;
-        for (unsigned b = 0; b < scene.mMeshes[m]->mNumBones; ++b) {
+        for (unsigned b = 0; character.skinned && b < scene.mMeshes[m]->mNumBones; ++b) {
             const auto node = nodeOfName.find(toText(scene.mMeshes[m]->mBones[b]->mName));
             placements[m].jointOfBone.push_back(node == nodeOfName.end() ? -1
                                                                          : builder.jointOfNode[node->second]);
@@ -219,6 +232,13 @@ std::vector<MeshPlacement> readSkeleton(const SceneFile& file, const NodeOfName&
                  up = character.nodes[static_cast<std::size_t>(up)].parent)
                 rigid.rigidJoint = builder.jointOfNode[static_cast<std::size_t>(up)];
             const std::string name = std::string("mesh '") + scene.mMeshes[m]->mName.C_Str() + "'";
+            if (!character.skinned) {
+                rigid.rigidJoint = -1;
+                rigid.used = true;
+                rigid.toWorld = builder.nodeRest(index);
+                placements.push_back(std::move(rigid));
+                continue;
+            }
             if (rigid.rigidJoint < 0) {
                 character.warnings.push_back(name + " has no skin and hangs on no joint; left out");
                 continue;

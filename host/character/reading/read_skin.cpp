@@ -217,16 +217,14 @@ void readSkin(const SceneFile& file, const std::vector<MeshPlacement>& placement
                                      std::to_string(character.vertexCount()) + " vertices do not sum to 1 (" +
                                      shortNumber(report.smallestSum) + " to " +
                                      shortNumber(report.largestSum) + "); normalised");
-    if (report.unweighted)
+    if (report.unweighted && !character.influences.empty())
         character.warnings.push_back(std::to_string(report.unweighted) +
                                      " vertices have no weights; they stay where they are");
     if (negative)
         character.warnings.push_back(std::to_string(negative) + " weights are negative; taken as 0");
     if (character.points.empty())
-        refuse(character.path, "its skinned meshes have no vertices; export the character again");
-    if (character.influences.empty())
-        refuse(character.path,
-               "its skin has no weights, no joint moves a point; bind the mesh to its armature");
+        refuse(character.path, std::string(character.skinned ? "its skinned meshes have" : "it has") +
+                                   " no vertices; export the character again");
 }
 
 } // namespace talvisora::host::reading
