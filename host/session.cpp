@@ -94,13 +94,25 @@ CallResult Session::deformCpu() {
     return timed([this] { return node_->deformCpu(attributes, *record); });
 }
 
-CallResult Session::deformGpu(std::optional<std::int32_t> pointCount) {
+CallResult Session::deformGpu(const GpuRequest& request) {
+    using Clock = std::chrono::steady_clock;
+    if (!buffers_) buffers_ = std::make_unique<GpuBuffers>();
     GpuDeformData data;
-    data.pointCount = pointCount ? *pointCount : static_cast<std::int32_t>(record->points.size());
-    return timed([&] { return node_->deformGpu(attributes, data); });
+    const auto start = Clock::now();
+    const std::string unprepared = buffers_->prepare(*record, request, data);
+    CallResult result = timed([&] { return node_->deformGpu(attributes, data); });
+    // A failed evaluation leaves the points as they are; the queue is waited for all the same.
+    std::vector<Vec3d> none;
+    const bool done = !result.threw && result.status == 0;
+    const std::string unfinished =
+        buffers_->finish(data, done ? record->points : none, result.kernelMilliseconds);
+    result.deviceFault = unprepared.empty() ? unfinished : unprepared;
+    result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    return result;
 }
 
 CallResult Session::releaseGpu() {
+    buffers_.reset();
     return timed([this] {
         node_->releaseGpu();
         return 0;
