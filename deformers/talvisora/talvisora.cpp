@@ -6,6 +6,7 @@
 #include "command.h"
 #include "commands/commands.h"
 #include "evaluate/cpu_driver.h"
+#include "evaluate/gpu_driver.h"
 #include "node/my_node.h"
 #include "node/schema.h"
 
@@ -52,3 +53,14 @@ int MyNode::deformCpu(ValueMap& attributes, DeformRecord& record) {
 }
 
 void MyNode::idleHook() {}
+
+int MyNode::deformGpu(ValueMap& attributes, GpuDeformData& data) {
+    return guarded(*this, [&] { return deformOnGpu(*this, attributes, data); });
+}
+
+void MyNode::releaseGpu() {
+    guarded(*this, [&] {
+        releaseDevice(*this);
+        return 0;
+    });
+}

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "headless/scene/message_log.h"
 #include "node/messages.h"
 
 extern "C" MyNode* create();
@@ -76,12 +77,17 @@ TEST(MyNode, IsMadeByTheFactoryAndDeletedThroughItsBase) {
     delete node;
 }
 
-TEST(MyNode, OffersNoGpuYet) {
+TEST(MyNode, OffersBothPathsAndReleasesWhatItNeverHad) {
     MyNode node;
     ValueMap attributes;
     GpuDeformData data;
-    EXPECT_EQ(node.deformGpu(attributes, data), 2);
+    headless::clearMessages();
+    EXPECT_EQ(node.deformGpu(attributes, data), 1);
+    const std::vector<headless::Message> shown = headless::takeMessages();
+    ASSERT_EQ(shown.size(), 1u);
+    EXPECT_EQ(shown[0].text, ": get attributes: cannot find 'CACHE_ATTRIBUTES' (GrBoolean) attribute");
     node.releaseGpu();
+    EXPECT_TRUE(node.uploadDevice);
     node.idleHook();
 }
 

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <iterator>
+#include <memory>
 #include <utility>
 
 #include "rig/block_setup.h"
@@ -19,6 +20,11 @@ namespace {
 constexpr int kFewestParallelBlocks = 4;
 
 } // namespace
+
+RigArrays& rigArrays(MyNode& node) {
+    if (!node.rigArrays) node.rigArrays = std::make_shared<RigArrays>();
+    return *node.rigArrays;
+}
 
 std::vector<Fault> setUpBlocks(const BlockStage& stage, RigCache kept, RigArrays& arrays) {
     const int blockCount = static_cast<int>(stage.blocks.values.size());

@@ -24,6 +24,9 @@ struct BlockStage {
     bool carryTangents;
 };
 
+/// The node's memory for per-evaluation arrays, made when first asked for.
+RigArrays& rigArrays(MyNode& node);
+
 /// Sizes `kept` and `arrays` for B blocks and sets all blocks up. Returns all faults by ascending block, in
 /// the order in which each block raised them; empty when every block is ready. May throw std::bad_alloc.
 std::vector<Fault> setUpBlocks(const BlockStage& stage, RigCache kept, RigArrays& arrays);

@@ -34,16 +34,6 @@ private:
     bool done_ = false;
 };
 
-bool cacheFits(const MyNode& node, std::size_t pointCount) {
-    return node.shape.valid && node.shape.pointCount == pointCount &&
-           node.shape.blockCount == node.blockCount;
-}
-
-RigArrays& rigArrays(MyNode& node) {
-    if (!node.rigArrays) node.rigArrays = std::make_shared<RigArrays>();
-    return *node.rigArrays;
-}
-
 void deformRecord(MyNode& node, const RunSettings& settings, const Matrix44d& geoMatrix, const RigArrays& rig,
                   DeformRecord& record) {
     PointStage stage;
@@ -76,6 +66,7 @@ int deformOnCpu(MyNode& node, const ValueMap& attributes, DeformRecord& record) 
     RunSettings settings;
     std::size_t pointCount = 0;
     if (Fault fault = readRunSettings(attributes, settings)) return report(node, fault);
+    if (Fault fault = readSoaEnabled(attributes, settings)) return report(node, fault);
     if (Fault fault = readPointCount(node.sharedInputs, settings, record, pointCount))
         return report(node, fault);
     if (envelopeIsOff(settings.envelope)) return 0;

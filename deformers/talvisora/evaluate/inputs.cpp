@@ -10,17 +10,22 @@ namespace talvisora {
 
 Fault readRunSettings(const ValueMap& attributes, RunSettings& settings) {
     std::shared_ptr<GrInt> debugMode, tangentTurn;
-    std::shared_ptr<GrBoolean> cacheAttributes, soaEnabled;
+    std::shared_ptr<GrBoolean> cacheAttributes;
     std::shared_ptr<GrFloat> envelope;
     if (Fault fault = getOptional(attributes, setting::kDebugMode, debugMode)) return fault;
     if (Fault fault = getOptional(attributes, setting::kTangentTurn, tangentTurn)) return fault;
     if (Fault fault = getRequired(attributes, setting::kCacheAttributes, cacheAttributes)) return fault;
     if (Fault fault = getRequired(attributes, setting::kEnvelope, envelope)) return fault;
-    if (Fault fault = getRequired(attributes, setting::kSoaEnabled, soaEnabled)) return fault;
     settings.debugMode = debugMode ? debugMode->value : 0;
     settings.carryTangents = tangentTurn && tangentTurn->value != 0;
     settings.cacheAttributes = cacheAttributes->value;
     settings.envelope = envelope->value;
+    return {};
+}
+
+Fault readSoaEnabled(const ValueMap& attributes, RunSettings& settings) {
+    std::shared_ptr<GrBoolean> soaEnabled;
+    if (Fault fault = getRequired(attributes, setting::kSoaEnabled, soaEnabled)) return fault;
     settings.soaEnabled = soaEnabled->value;
     return {};
 }

@@ -32,8 +32,11 @@ struct NodeAttributes {
     std::shared_ptr<GrCompound> blocks;
 };
 
-/// DEBUG_MODE, TANGENT_TURN, CACHE_ATTRIBUTES, ENVELOPE, SOA_ENABLED.
+/// DEBUG_MODE, TANGENT_TURN, CACHE_ATTRIBUTES, ENVELOPE.
 Fault readRunSettings(const ValueMap& attributes, RunSettings& settings);
+
+/// SOA_ENABLED, which only the CPU path knows.
+Fault readSoaEnabled(const ValueMap& attributes, RunSettings& settings);
 
 /// The number of points to cache for: the record's, or the shared count when points are laid out elsewhere.
 /// Looks "SOA_POINTS" up with insert-if-absent either way.

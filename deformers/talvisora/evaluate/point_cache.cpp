@@ -93,6 +93,11 @@ void densifyRow(const GrFloat& list, std::size_t count, float* row) {
         densify(list.indices, list.values, count, row);
 }
 
+bool cacheFits(const MyNode& node, std::size_t pointCount) {
+    return node.shape.valid && node.shape.pointCount == pointCount &&
+           node.shape.blockCount == node.blockCount;
+}
+
 Fault rebuildPointCache(const NodeAttributes& values, std::size_t pointCount, std::size_t recordPoints,
                         PointCache cache) {
     const std::vector<ValueMap>& blocks = values.blocks->values;

@@ -29,6 +29,9 @@ void extendOrders(int b, float env, const float* weights, std::size_t pointCount
 /// 0, are copied in one go. See densify.
 void densifyRow(const GrFloat& list, std::size_t count, float* row);
 
+/// Whether the cache was last rebuilt, completely, for that many points and for the node's block count.
+bool cacheFits(const MyNode& node, std::size_t pointCount);
+
 /// Rebuilds everything for N = pointCount. `recordPoints` is the length of the record's own list: a count
 /// beyond it that no params back is not allocated for. With a fault or an exception the shape stays invalid.
 Fault rebuildPointCache(const NodeAttributes& values, std::size_t pointCount, std::size_t recordPoints,

@@ -32,6 +32,7 @@ inline constexpr int kSoaPointsAbsent = 411;
 inline constexpr int kSoaPointsInvalid = 412;
 inline constexpr int kNoBlocks = 421;
 inline constexpr int kParamsCount = 431;
+inline constexpr int kKernelArguments = 1900; ///< uploads at even, arguments at odd distances from here
 inline constexpr int kNoCachedBlocks = 501;
 inline constexpr int kNoSuchBlock = 511;
 inline constexpr int kNoMesh = 514;
@@ -81,6 +82,11 @@ inline Fault meshPointCountDiffers() {
 inline Fault noPlug(const std::string& child) {
     return assertion(line::kNoPlug, child + " plug is NULL");
 }
+
+/// Shown as they stand, without the node's name.
+inline constexpr const char* kCannotCompile = "Cannot compile OpenCL program: talvisora. See Output Window";
+inline constexpr const char* kNoScratch = "talvisora: cvsdata.size() (global memory size) must be > 0";
+inline constexpr const char* kInitTime = "talvisora: init kernel time";
 
 /// What the commands tell before they look at the rig.
 inline std::string resetParamsProgress(int b) {

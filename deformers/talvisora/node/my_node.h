@@ -45,6 +45,8 @@ public:
     void declareAttributes(std::vector<AttributeDescriptor>& attributes) override;
     int deformCpu(ValueMap& attributes, DeformRecord& record) override;
     void idleHook() override;
+    int deformGpu(ValueMap& attributes, GpuDeformData& data) override;
+    void releaseGpu() override;
 
     MAutoCLKernel kernel; ///< empty until first compiled
 

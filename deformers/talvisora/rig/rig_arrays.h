@@ -29,6 +29,7 @@ struct RigArrays {
     std::vector<Matrix44d> cvBaseMatricesInverse; ///< B · M
     std::vector<TweakVectors> tweakVectors;       ///< B · M
     std::vector<Curve> curves;                    ///< B, current, after the bends
+    std::vector<Curve> restCurves;                ///< B, rest; used where the node's own are left alone
     std::vector<BlockScratch> scratch;            ///< B
 
     void resize(std::size_t blockCount) {
