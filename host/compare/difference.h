@@ -47,7 +47,6 @@ public:
                   const std::vector<bool>& left = {});
 
     Difference result() const;
-    double largest() const { return sum_.largest; } ///< so far
 
 private:
     void keep(double distance);

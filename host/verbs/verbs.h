@@ -5,7 +5,6 @@
 
 #include "host/bind/bind_job.h"
 #include "host/check/check_job.h"
-#include "host/compare/compare_job.h"
 #include "host/deform/deform_job.h"
 #include "host/reset/reset_job.h"
 #include "host/rig_edit/edit_jobs.h"
@@ -20,10 +19,10 @@ struct ReplayVerb {
     std::string module;  ///< path; empty: the one beside the executable
     std::string variant;
     int threads = 0;
-    DeviceChoice device;
+    int device = 0; ///< for deformGpu, where the module offers it
 };
 
-/// Prints the replay's answer; with an automatic choice of the device, on standard error, what it was.
+/// Prints the replay's answer.
 ExitCode runReplayVerb(const ReplayVerb& verb);
 
 struct InfoVerb {
@@ -47,10 +46,6 @@ ExitCode runBindVerb(BindJob job, bool json);
 /// Checks a rig, then prints what was found, or with `json` one report object. kFindings when there is
 /// anything.
 ExitCode runCheckVerb(const CheckJob& job, bool json);
-
-/// Compares, then prints figures, or with `json` one report object. kFindings when a difference is past the
-/// tolerance.
-ExitCode runCompareVerb(const CompareJob& job, bool json);
 
 /// Edit a rig file, then print what was done, or with `json` one report object.
 ExitCode runMirrorVerb(const MirrorJob& job, bool json);

@@ -165,15 +165,21 @@ TEST_F(Replay, WithoutARecordTheRecordPointerIsNull) {
     EXPECT_NE(text.find("): Invalid DeformAttributes"), std::string::npos) << text;
 }
 
-TEST_F(Replay, CallsOfOtherModulesAreUnavailableAndTheOthersStillRun) {
-    const Json calls = replay(
-        movedCapture({{{"call", "deformGpu"}, {"gpu", {{"count", -1}}}}, {{"call", "releaseGpu"}}, kDeform}),
-        3);
-    EXPECT_EQ(calls[0].at("unavailable"), true);
-    EXPECT_EQ(calls[0].at("reason").get<std::string>().substr(0, 28), "not available in this module");
-    EXPECT_FALSE(calls[0].contains("status"));
-    EXPECT_EQ(calls[1], (Json{{"call", "releaseGpu"}, {"messages", Json::array()}}));
-    expectHeight(calls[2], 3, 0);
+TEST_F(Replay, GpuEvaluationsMoveThePointsAsOnTheCpu) {
+    const Json calls = replay(movedCapture({kDeform,
+                                            {{"call", "deformGpu"}},
+                                            {{"call", "releaseGpu"}},
+                                            {{"call", "deformGpu"}},
+                                            {{"call", "deformGpu"}, {"gpu", {{"count", -1}}}},
+                                            {{"call", "deformGpu"}, {"gpu", {{"null", {"WEIGHTS"}}}}}}),
+                              1);
+    expectHeight(calls[1], 3, 0);
+    EXPECT_EQ(calls[2], (Json{{"call", "releaseGpu"}, {"messages", Json::array()}}));
+    EXPECT_EQ(calls[3].at("points"), calls[1].at("points"));
+    // A negative count is none: the parameters are too many. Without weights nothing is stored.
+    EXPECT_EQ(calls[4].at("status"), 1);
+    EXPECT_EQ(calls[5].at("status"), 0);
+    expectHeight(calls[5], 1, -1);
 }
 
 TEST_F(Replay, ANodeWithoutANameBeginsItsMessagesWithTheColon) {
