@@ -20,6 +20,8 @@ namespace {
 /// nearest ones: with a large reach the neck can see the inside of a knee.
 constexpr double kFarther = 3.0;
 
+constexpr double kTrace = 1e-3; ///< a share of a point that is too small to be seen
+
 /// Which points lie in one place, and which places an edge joins.
 struct Places {
     std::vector<std::uint32_t> ofPoint;
@@ -56,6 +58,19 @@ void smoothOver(const Places& places, int passes, std::vector<double>& values) {
         if (values == next) break;
         values.swap(next);
     }
+}
+
+/// Averaging spreads traces of every block over half the mesh. They move nothing that can be seen and cost
+/// time; what remains takes their part.
+void dropTraces(Layers& layers, std::size_t p) {
+    double kept = 0.0;
+    for (std::vector<double>& shares : layers.shares) {
+        if (shares[p] < kTrace) shares[p] = 0.0;
+        kept += shares[p];
+    }
+    if (!(kept > 0.0)) return;
+    const double scale = (1.0 - layers.left[p]) / kept;
+    for (std::vector<double>& shares : layers.shares) shares[p] *= scale;
 }
 
 } // namespace
@@ -119,7 +134,10 @@ void smoothShares(const Character& character, int passes, RigFile& file) {
     oneapi::tbb::parallel_for(std::size_t(0), layers.shares.size() + 1, [&](std::size_t b) {
         smooth(b < layers.shares.size() ? layers.shares[b] : layers.left);
     });
-    for (std::size_t p = 0; p < points; ++p) setWeights(layers, p, file.blocks);
+    for (std::size_t p = 0; p < points; ++p) {
+        dropTraces(layers, p);
+        setWeights(layers, p, file.blocks);
+    }
 }
 
 } // namespace talvisora::host

@@ -23,7 +23,8 @@ DistanceResult weighByDistance(ResetStage& stage, const Character& character, co
                                double maxDistanceCoeff, RigFile& file);
 
 /// `passes` times, every point's shares become the mean of its own and its neighbours' along the edges; then
-/// the blocks are layered again. Points in one place count as one, or the surface would open between them.
+/// shares below a thousandth are dropped and the blocks are layered again. Points in one place count as one,
+/// or the surface would open between them.
 void smoothShares(const Character& character, int passes, RigFile& file);
 
 } // namespace talvisora::host
