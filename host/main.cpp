@@ -120,6 +120,8 @@ void addDeform(CLI::App& app, DeformJob& job, std::string& params, int& tangentT
         ->type_name("LIST");
     app.add_option("--view", job.view,
                    "from where to look: front, side, back, three-quarter or three-quarter-back");
+    app.add_option("--size", job.pictureSize, "of one frame of the picture in pixels; default: 480x340")
+        ->type_name("WIDTHxHEIGHT");
     app.add_option("--up", job.up, "the file's upward axis: y or z");
     app.add_flag("--baseline", job.baseline,
                  "compare with linear-blend skinning, in figures and in the picture");

@@ -33,6 +33,7 @@ void checkOptions(const DeformJob& job) {
     checkPictureName(job.picture);
     if (!(job.fps > 0.0) || !std::isfinite(job.fps)) refuse("--fps must be a positive number");
     viewNamed(job.view);
+    pictureSizeNamed(job.pictureSize);
     if (!job.up.empty() && job.up != "y" && job.up != "z") refuse("--up " + job.up + ": y or z expected");
     if (!job.pictureFrames.empty() && job.picture.empty()) refuse("--picture-frames needs --picture FILE");
     if (job.captureFrame != 0 && job.capture.empty()) refuse("--capture-frame needs --capture FILE");
@@ -184,6 +185,7 @@ DeformReport runDeformJob(const DeformJob& job) {
         SheetOptions options;
         const Vec3d up = inputs.zUp ? Vec3d{0.0, 0.0, 1.0} : Vec3d{0.0, 1.0, 0.0};
         options.view = viewNamed(job.view, up);
+        options.cellSize = pictureSizeNamed(job.pictureSize);
         std::vector<SheetFrame> sheet;
         for (const int frame : pictureFrames) sheet.push_back(shown[frame]);
         writeFrameSheet(job.picture, context.meshes, sheet, options);

@@ -13,15 +13,16 @@
 namespace talvisora::host {
 
 struct DeformJob {
-    std::string character;              ///< path
-    std::string clip;                   ///< name or unique part of it; empty: the first with any length
-    std::string frames;                 ///< "1-48", "1,12,24"; empty: the whole clip
-    std::vector<std::string> outputs;   ///< .pc2, .obj, .glb
-    std::string picture;                ///< .png; empty: none
-    std::string pictureFrames;          ///< empty: four spread over the frames
-    std::string view = "three-quarter"; ///< or "front"
-    std::string up;                     ///< the file's upward axis, "y" or "z"; empty: the rig file's, or y
-    bool baseline = false;              ///< measure (and draw) against linear blending
+    std::string character;               ///< path
+    std::string clip;                    ///< name or unique part of it; empty: the first with any length
+    std::string frames;                  ///< "1-48", "1,12,24"; empty: the whole clip
+    std::vector<std::string> outputs;    ///< .pc2, .obj, .glb
+    std::string picture;                 ///< .png; empty: none
+    std::string pictureFrames;           ///< empty: four spread over the frames
+    std::string view = "three-quarter";  ///< a name for viewNamed
+    std::string pictureSize = "480x340"; ///< of one frame, pixels
+    std::string up;                      ///< the file's upward axis, "y" or "z"; empty: the rig file's, or y
+    bool baseline = false;               ///< measure (and draw) against linear blending
     FileUnit units = FileUnit::kFromFile;
     double fps = 24.0;
     AutoBlockOptions blocks;  ///< of the rig that is made up; without effect when there is a rig file

@@ -14,11 +14,11 @@ void writeFrameSheet(const std::string& path, const std::vector<OutputMesh>& mes
         bounds.add(frame.reference);
         reference = reference || !frame.reference.empty();
     }
-    const Camera camera =
-        makeCamera(bounds, options.view, static_cast<double>(options.cellWidth) / options.cellHeight);
+    const Camera camera = makeCamera(bounds, options.view,
+                                     static_cast<double>(options.cellSize.width) / options.cellSize.height);
     RenderOptions render;
-    render.width = options.cellWidth;
-    render.height = options.cellHeight;
+    render.width = options.cellSize.width;
+    render.height = options.cellSize.height;
 
     SheetRow deformedRow{"talvisora", {}}, referenceRow{"linear blend", {}};
     for (const SheetFrame& frame : frames) {

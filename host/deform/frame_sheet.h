@@ -19,8 +19,7 @@ struct SheetFrame {
 
 struct SheetOptions {
     View view = threeQuarterView();
-    int cellWidth = 480;
-    int cellHeight = 340;
+    PictureSize cellSize{480, 340}; ///< of one frame
 };
 
 /// Draws the frames and writes the PNG, whole or not at all. Throws HostError kOutput.

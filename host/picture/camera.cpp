@@ -6,6 +6,7 @@
 #include "host/picture/render.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 
 namespace talvisora::host {
@@ -49,6 +50,21 @@ View viewNamed(const std::string& name, const Vec3d& up) {
     if (name == "three-quarter-back") return {240.0, 15.0, up};
     throw HostError(ExitCode::kUsage,
                     "--view " + name + ": front, side, back, three-quarter or three-quarter-back expected");
+}
+
+PictureSize pictureSizeNamed(const std::string& text) {
+    constexpr int kLeast = 40, kMost = 4000;
+    PictureSize size;
+    const char* const last = text.data() + text.size();
+    const auto first = std::from_chars(text.data(), last, size.width);
+    if (first.ec == std::errc() && first.ptr != last && *first.ptr == 'x') {
+        const auto second = std::from_chars(first.ptr + 1, last, size.height);
+        if (second.ec == std::errc() && second.ptr == last && std::min(size.width, size.height) >= kLeast &&
+            std::max(size.width, size.height) <= kMost)
+            return size;
+    }
+    throw HostError(ExitCode::kUsage,
+                    "--size " + text + ": WIDTHxHEIGHT in pixels expected, each from 40 to 4000");
 }
 
 Camera makeCamera(const Bounds& bounds, const View& view, double widthOverHeight) {

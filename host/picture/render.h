@@ -4,6 +4,7 @@
 #pragma once
 
 #include "host/picture/image.h"
+#include "host/picture/occlusion.h"
 #include "host/writers/output_mesh.h"
 #include "maths/vec3.h"
 
@@ -38,6 +39,13 @@ inline View threeQuarterView(const Vec3d& up = {0.0, 1.0, 0.0}) {
 /// "front", "side" (the character's left), "back", "three-quarter" (front left) or "three-quarter-back" (back
 /// right); HostError kUsage for anything else.
 View viewNamed(const std::string& name, const Vec3d& up = {0.0, 1.0, 0.0});
+
+/// In pixels.
+struct PictureSize {
+    int width = 0, height = 0;
+};
+/// "300x230", each from 40 to 4000; HostError kUsage for anything else.
+PictureSize pictureSizeNamed(const std::string& text);
 
 /// A perspective camera. Use one for all frames of a picture, so that they can be compared.
 struct Camera {
@@ -79,16 +87,34 @@ struct DrawnValues {
     std::vector<std::uint32_t> marks;
 };
 
-/// Draws the meshes at `points` (one per joined point).
-/// colours  empty, or one per joined point.
-/// Triangles with a point that is not finite, or that cross the camera's nearest plane, are left out.
-/// Fails with HostError (kOutput) on meshes whose indices are out of range and on pictures of no or more than
-/// 64 million samples (width × height × samples²).
+/// Meshes seen through one camera, made ready to be drawn several times in other colours. Holds references:
+/// points must outlive it. Threads: draw may run at the same time as other draws.
+class MeshView {
+public:
+    /// The meshes at `points` (one per joined point). Fails with HostError (kOutput) on meshes whose indices
+    /// are out of range and on pictures of no or more than 64 million samples (width × height × samples²).
+    MeshView(const std::vector<OutputMesh>& meshes, const std::vector<Vec3d>& points, const Camera& camera,
+             const RenderOptions& options);
+
+    /// Triangles with a point that is not finite, or that cross the camera's nearest plane, are left out.
+    /// Fails with HostError (kOutput) when there are not as many colours or values as points.
+    /// colours  empty, or one per joined point.
+    Image draw(const std::vector<Rgb>& colours) const;
+    Image draw(const DrawnValues& values) const;
+
+private:
+    Image draw(const std::vector<Rgb>& colours, const DrawnValues* values) const;
+
+    const std::vector<Vec3d>& points_;
+    Camera camera_;
+    RenderOptions options_;
+    std::vector<std::uint32_t> triangles_; ///< of all meshes, as points
+    std::vector<Vec3d> normals_;           ///< per point
+    std::vector<Openness> open_;           ///< per point
+};
+
+/// The same for one picture.
 Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3d>& points,
                    const Camera& camera, const RenderOptions& options, const std::vector<Rgb>& colours = {});
-
-/// The same with values. Fails also when there are not as many values as points.
-Image renderMeshes(const std::vector<OutputMesh>& meshes, const std::vector<Vec3d>& points,
-                   const Camera& camera, const RenderOptions& options, const DrawnValues& values);
 
 } // namespace talvisora::host

@@ -46,6 +46,12 @@ Image legend(const ValueSheetOptions& options, const SheetStyle& style) {
     return image;
 }
 
+// A name may be as long as it likes; a sheet may not.
+std::string shortened(const std::string& name) {
+    constexpr std::size_t kMost = 80;
+    return name.size() <= kMost ? name : name.substr(0, kMost - 3) + "...";
+}
+
 Image besideEachOther(const std::vector<Image>& pictures, Rgb paper) {
     constexpr int kSlit = 2;
     int width = -kSlit, height = 0;
@@ -67,26 +73,27 @@ Image besideEachOther(const std::vector<Image>& pictures, Rgb paper) {
 Image drawValueSheet(const std::vector<OutputMesh>& meshes, const std::vector<Vec3d>& points,
                      const std::vector<ValueCell>& cells, const ValueSheetOptions& options) {
     RenderOptions render;
-    render.width = options.cellWidth;
-    render.height = options.cellHeight;
+    render.width = options.cellSize.width;
+    render.height = options.cellSize.height;
     render.shadow = false;
     render.shading = 0.5; // enough to see the form, and the colours stay those of the ramp
-    const double aspect = static_cast<double>(options.cellWidth) / std::max(options.cellHeight, 1);
-    std::vector<Camera> cameras;
-    for (const View& view : options.views) cameras.push_back(makeCamera(points, view, aspect));
+    const double aspect = static_cast<double>(render.width) / std::max(render.height, 1);
+    std::vector<MeshView> views;
+    for (const View& view : options.views)
+        views.emplace_back(meshes, points, makeCamera(points, view, aspect), render);
 
     const SheetStyle style;
     const std::int64_t cellSpace =
-        std::int64_t{std::max(options.cellWidth, 1)} * static_cast<std::int64_t>(cameras.size()) + style.gap;
+        std::int64_t{std::max(render.width, 1)} * static_cast<std::int64_t>(views.size()) + style.gap;
     const auto perRow = static_cast<std::size_t>(
         std::max<std::int64_t>(options.rowWidth / std::max<std::int64_t>(cellSpace, 1), 1));
     std::vector<SheetRow> rows;
     for (std::size_t k = 0; k < cells.size(); ++k) {
         if (k % perRow == 0) rows.emplace_back();
         std::vector<Image> pictures;
-        for (const Camera& camera : cameras)
-            pictures.push_back(renderMeshes(meshes, points, camera, render, cells[k].values));
-        rows.back().cells.push_back({besideEachOther(pictures, style.paper), cells[k].name, cells[k].note});
+        for (const MeshView& view : views) pictures.push_back(view.draw(cells[k].values));
+        rows.back().cells.push_back(
+            {besideEachOther(pictures, style.paper), shortened(cells[k].name), cells[k].note});
     }
     if (!rows.empty()) rows.front().title = options.title;
     return layOutSheet(rows, style, legend(options, style));

@@ -18,8 +18,7 @@ struct ValueCell {
 
 struct ValueSheetOptions {
     std::vector<View> views = {threeQuarterView()}; ///< one or more; they stand beside each other in a cell
-    int cellWidth = 300;                            ///< of one view, pixels
-    int cellHeight = 230;
+    PictureSize cellSize{300, 230};                 ///< of one view
     int rowWidth = 1860; ///< so many pixels at most in a row, if more than one cell fits
     std::string title;   ///< over the sheet; may be empty
     std::string nothing; ///< what the grey of the legend means; empty: it is left out

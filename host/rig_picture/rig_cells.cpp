@@ -85,9 +85,12 @@ std::vector<ValueCell> rigCells(const AutoRig& rig, std::size_t points, PictureO
     if (!marked.points.empty()) {
         ValueCell cell{marked.name, countOf(marked.points.size()), {}};
         cell.values.values.assign(points, 0.0f);
-        for (const std::uint32_t i : marked.points)
-            if (i < points) cell.values.values[i] = 1.0f;
-        if (marked.points.size() <= kMostMarks) cell.values.marks = marked.points;
+        if (marked.points.size() <= kMostMarks) {
+            cell.values.marks = marked.points;
+        } else {
+            for (const std::uint32_t i : marked.points)
+                if (i < points) cell.values.values[i] = 1.0f;
+        }
         cells.push_back(std::move(cell));
     }
     if (show == PictureOf::kLeftBehind) {
@@ -111,13 +114,13 @@ void describeCells(PictureOf show, const std::vector<ValueCell>& cells, ValueShe
     if (anyMarks) sheet.marks = "found (a ring: hidden)";
     switch (show) {
     case PictureOf::kWeights:
-        sheet.title = "weights", sheet.nothing = "not touched";
+        sheet.title = "block weights", sheet.nothing = "not touched";
         break;
     case PictureOf::kParams:
-        sheet.title = "parameters", sheet.nothing = "not touched";
+        sheet.title = "curve parameters", sheet.nothing = "not touched";
         break;
     case PictureOf::kLeftBehind:
-        sheet.title = "left behind", sheet.nothing = "nothing is missing";
+        sheet.title = "what no block takes", sheet.nothing = "nothing is missing";
         break;
     }
 }

@@ -7,15 +7,14 @@
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <filesystem>
+#include <set>
 #include <sstream>
 
 namespace talvisora::host {
 
 namespace {
 
-constexpr int kLeastSide = 40, kMostSide = 4000;
 constexpr double kMostPixels = 64e6; // of all cells of a sheet
 
 std::vector<View> viewsNamed(const std::string& names, bool zUp) {
@@ -24,20 +23,6 @@ std::vector<View> viewsNamed(const std::string& names, bool zUp) {
     std::istringstream stream(names + ",");
     for (std::string name; std::getline(stream, name, ',');) views.push_back(viewNamed(name, up));
     return views;
-}
-
-// "360x280"
-void parseSize(const std::string& text, int& width, int& height) {
-    const char* const last = text.data() + text.size();
-    const auto first = std::from_chars(text.data(), last, width);
-    if (first.ec == std::errc() && first.ptr != last && *first.ptr == 'x') {
-        const auto second = std::from_chars(first.ptr + 1, last, height);
-        if (second.ec == std::errc() && second.ptr == last && std::min(width, height) >= kLeastSide &&
-            std::max(width, height) <= kMostSide)
-            return;
-    }
-    throw HostError(ExitCode::kUsage, "--size " + text + ": WIDTHxHEIGHT in pixels expected, each from " +
-                                          std::to_string(kLeastSide) + " to " + std::to_string(kMostSide));
 }
 
 std::size_t placeOfName(const std::string& path) {
@@ -56,10 +41,23 @@ std::string fileNamePart(const std::string& name) {
     return part;
 }
 
-std::string pathFor(const std::string& pattern, const std::string& name) {
+// One that no other cell has taken, also where capitals do not tell files apart: "Arm", "arm_2".
+std::string freeNamePart(const std::string& name, std::set<std::string>& taken) {
+    const auto take = [&](std::string part) {
+        for (char& c : part) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        return taken.insert(part).second;
+    };
+    const std::string part = fileNamePart(name);
+    if (take(part)) return part;
+    for (std::size_t number = 2;; ++number) {
+        const std::string numbered = part + "_" + std::to_string(number);
+        if (take(numbered)) return numbered;
+    }
+}
+
+std::string pathFor(const std::string& pattern, const std::string& part) {
     std::filesystem::path path(pattern);
     std::string file = path.filename().string();
-    const std::string part = fileNamePart(name);
     for (std::size_t at = file.find("%b"); at != std::string::npos; at = file.find("%b", at + part.size()))
         file.replace(at, 2, part);
     return path.replace_filename(file).string();
@@ -78,7 +76,7 @@ RigPicture::RigPicture(const RigPictureOptions& options, const std::string& char
                        const std::vector<std::string>& outputs, const std::string& rig)
     : options_(options), character_(character), rig_(rig), outputs_(outputs) {
     viewsNamed(options.view, false);
-    parseSize(options.size, width_, height_);
+    size_ = pictureSizeNamed(options.size);
     if (options.path.empty()) return;
     checkPictureName(options.path);
     if (std::filesystem::path(options.path).parent_path().string().find("%b") != std::string::npos)
@@ -99,14 +97,13 @@ std::vector<std::string> RigPicture::write(const Character& character, const Aut
     if (options_.path.empty()) return {};
     ValueSheetOptions sheet;
     sheet.views = viewsNamed(options_.view, zUp);
-    sheet.cellWidth = width_;
-    sheet.cellHeight = height_;
+    sheet.cellSize = size_;
     const std::vector<ValueCell> cells = rigCells(rig, character.points.size(), options_.show, marked);
     describeCells(options_.show, cells, sheet);
     const std::vector<OutputMesh> meshes = outputMeshes(character);
 
     if (placeOfName(options_.path) == std::string::npos) {
-        const double pixels = double(cells.size()) * double(sheet.views.size()) * width_ * height_;
+        const double pixels = double(cells.size()) * double(sheet.views.size()) * size_.width * size_.height;
         if (pixels > kMostPixels)
             throw HostError(ExitCode::kOutput,
                             "--picture " + options_.path + ": one sheet of " + std::to_string(cells.size()) +
@@ -116,12 +113,10 @@ std::vector<std::string> RigPicture::write(const Character& character, const Aut
         return {options_.path};
     }
     std::vector<std::string> paths;
+    std::set<std::string> taken;
     for (const ValueCell& cell : cells) {
-        paths.push_back(pathFor(options_.path, cell.name));
-        if (std::count(paths.begin(), paths.end(), paths.back()) > 1)
-            throw HostError(ExitCode::kUsage, "--picture " + options_.path +
-                                                  ": two blocks would be drawn into '" + paths.back() +
-                                                  "'; leave %b out to draw one sheet");
+        const std::string part = freeNamePart(cell.name, taken);
+        paths.push_back(pathFor(options_.path, part));
         checkApart(paths.back());
     }
     for (std::size_t k = 0; k < cells.size(); ++k)

@@ -4,13 +4,14 @@
 #pragma once
 
 #include "host/character/auto_blocks.h"
+#include "host/picture/render.h"
 
 #include <string>
 #include <vector>
 
 namespace talvisora::host {
 
-/// More marks than this would hide the mesh: then only the colours show where the points are.
+/// More marks than this would hide the mesh: then colours show where the points are.
 inline constexpr std::size_t kMostMarks = 150;
 
 /// What the colours show.
@@ -49,9 +50,8 @@ public:
     RigPicture(const RigPictureOptions& options, const std::string& character,
                const std::vector<std::string>& outputs, const std::string& rig = {});
 
-    /// Draws and writes, each file whole or not at all; gives back their paths. HostError kUsage (two blocks'
-    /// pictures, or a picture and another file, are the same file), kOutput (also a sheet past 64 million
-    /// pixels).
+    /// Draws and writes, each file whole or not at all; gives back their paths. HostError kUsage (a
+    /// block's picture would replace another file), kOutput (also a sheet past 64 million pixels).
     /// rig     fitted to the character, at rest
     /// marked  drawn as the first cell
     std::vector<std::string> write(const Character& character, const AutoRig& rig, bool zUp,
@@ -63,7 +63,7 @@ private:
     RigPictureOptions options_;
     std::string character_, rig_;
     std::vector<std::string> outputs_;
-    int width_ = 0, height_ = 0; ///< of one view, pixels
+    PictureSize size_; ///< of one view
 };
 
 } // namespace talvisora::host
