@@ -83,7 +83,7 @@ TEST_F(GpuDriver, ArgumentsCarryTheEvaluationsValues) {
 TEST_F(GpuDriver, BuffersHoldWhatTheCpuPathWouldUse) {
     resize(4, 12, 2);
     block(0)[attribute::kBlockWeights] = numbers({3}, {0.0005f});
-    Tweak tweak;
+    Tweak tweak{};
     tweak.bulge = 0.5f;
     tweak.slideOrthoNextOut = -2.0f;
     block(1)[attribute::kTweaks] = compound({tweakElement(), tweakElement(tweak)});

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "evaluate/allocation_limit.h"
-#include "fixtures/node_test.h"
+#include "fixtures/gpu_node_test.h"
 
 extern "C" MyNode* create();
 
@@ -55,6 +55,36 @@ TEST_F(OutOfMemory, InTheLoopOverBlocksOnAnyThread) {
     ASSERT_EQ(evaluate(), 0);
     node.rebuildCache = true;
     expectRecovery(300 * 32 - 1);
+}
+
+class OutOfMemoryOnTheGpu : public GpuNodeTest {
+protected:
+    /// Fails once with allocations up to `largest` bytes only, before anything reached the device.
+    void expectRecovery(std::size_t largest) {
+        int status;
+        {
+            SmallMemory memory(largest);
+            status = deform();
+        }
+        EXPECT_EQ(status, 1);
+        EXPECT_GT(SmallMemory::refused(), 0);
+        EXPECT_EQ(errorsWithoutLine(),
+                  std::vector<std::string>{
+                      "arm: ASSERT error (deformers/talvisora/talvisora:LINE): exception: std::bad_alloc"});
+        EXPECT_TRUE(fake.takeCalls().empty());
+        EXPECT_TRUE(node.uploadDevice);
+        expectWholeLaunch(callsOfDeform(), data.pointCount);
+    }
+};
+
+TEST_F(OutOfMemoryOnTheGpu, InTheRebuildOfTheCache) {
+    resize(4, 5000);
+    expectRecovery(5000 * sizeof(float) - 1);
+}
+
+TEST_F(OutOfMemoryOnTheGpu, InTheScratch) {
+    resize(4, 500);
+    expectRecovery(480 * 500 - 1);
 }
 
 TEST_F(OutOfMemory, InTheFactoryGivesNull) {
