@@ -71,6 +71,40 @@ TEST_P(GoldenReplay, GivesTheIndependentFigures) {
     EXPECT_EQ(ran.exitCode, worst);
 }
 
+class DeviceGoldenReplay : public GoldenReplay {};
+
+// The same captures on this machine's OpenCL. Messages are the CPU path's but for their lines.
+TEST_P(DeviceGoldenReplay, GivesTheIndependentDeviceFigures) {
+    const Json expected = Json::parse(fileText(golden(GetParam() + ending("expected"))));
+    Json capture = Json::parse(fileText(golden(GetParam() + ending("capture"))));
+    if (!capture.contains("calls")) capture["calls"] = {{{"call", "deformCpu"}}};
+    for (Json& call : capture["calls"])
+        if (call.at("call") == "deformCpu") call["call"] = "deformGpu";
+    const Ran ran = run({"replay", write("device.json", capture.dump())});
+    const Json answer = Json::parse(ran.out);
+    const double tolerance = expected.at("tolerance").at("pointsKernel");
+
+    const Json& expect = expected.at("expect");
+    const Json steps = expect.contains("steps") ? expect["steps"] : Json::array({expect});
+    std::size_t step = 0;
+    for (const Json& call : answer.at("calls")) {
+        if (call.at("call") != "deformGpu") continue;
+        ASSERT_LT(step, steps.size());
+        const Json& wanted = steps[step++];
+        EXPECT_EQ(call.at("status"), wanted.at("status"));
+        ASSERT_EQ(call.at("messages").size(), wanted.at("messages").size()) << call.at("messages");
+        for (std::size_t k = 0; k < wanted["messages"].size(); ++k) {
+            const std::string shown = call["messages"][k].at("text"), text = wanted["messages"][k].at("text");
+            ASSERT_GE(shown.size(), text.size());
+            EXPECT_EQ(shown.substr(shown.size() - text.size()), text);
+        }
+        const bool deformed = wanted.contains("pointsKernel") && wanted["pointsKernel"].is_array();
+        EXPECT_LE(difference(call.at("points"), wanted.at(deformed ? "pointsKernel" : "pointsCpu")),
+                  tolerance);
+    }
+    EXPECT_EQ(step, steps.size());
+}
+
 class TurnedGoldenReplay : public GoldenReplay {};
 
 TEST_P(TurnedGoldenReplay, GivesTheIndependentFiguresWithTangentTurnOn) {
@@ -104,6 +138,10 @@ std::string goldenName(const testing::TestParamInfo<const char*>& golden) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllCaptures, GoldenReplay,
+                         testing::Values(EVALUATION_GOLDENS, "cache", "params_mismatch", "eleven_joints"),
+                         goldenName);
+
+INSTANTIATE_TEST_SUITE_P(AllCaptures, DeviceGoldenReplay,
                          testing::Values(EVALUATION_GOLDENS, "cache", "params_mismatch", "eleven_joints"),
                          goldenName);
 INSTANTIATE_TEST_SUITE_P(Evaluations, TurnedGoldenReplay, testing::Values(EVALUATION_GOLDENS), goldenName);
