@@ -57,12 +57,10 @@ inline Quatd fromRotation(const Vec3d& r0, const Vec3d& r1, const Vec3d& r2) {
     return normalise(q); // each branch is the quaternion times four times its largest component
 }
 
-/// The shortest rotation that turns direction u onto direction v; both may have any length. No turn when
-/// either has no direction. For opposite directions: half a turn about u × e, e the unit axis of u's smallest
-/// absolute component (ties: x before y before z). Never through acos, so equal directions give exactly no
-/// turn.
-inline Quatd shortestTurn(const Vec3d& from, const Vec3d& to) {
-    const Vec3d u = normalise(from), v = normalise(to);
+/// The shortest rotation that turns direction u onto direction v, both of unit length (or zero: no turn). For
+/// opposite directions: half a turn about u × e, e the unit axis of u's smallest absolute component (ties: x
+/// before y before z). Never through acos, so equal directions give exactly no turn.
+inline Quatd shortestUnitTurn(const Vec3d& u, const Vec3d& v) {
     if (u == Vec3d{} || v == Vec3d{}) return {};
     const double d = 1.0 + dot(u, v);
     if (d < 1e-12) {
@@ -73,6 +71,11 @@ inline Quatd shortestTurn(const Vec3d& from, const Vec3d& to) {
     }
     const Vec3d c = cross(u, v);
     return normalise(Quatd{c.x, c.y, c.z, d});
+}
+
+/// The same for directions of any length; no turn when either has no direction.
+inline Quatd shortestTurn(const Vec3d& from, const Vec3d& to) {
+    return shortestUnitTurn(normalise(from), normalise(to));
 }
 
 /// Spherical interpolation from a (fraction 0) to b (fraction 1), both unit, the shorter way.

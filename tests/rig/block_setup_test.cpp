@@ -234,5 +234,87 @@ TEST_F(BlockSetupTest, JointsThatAreNotNumbersAreNoFault) {
     EXPECT_TRUE(setUp().empty());
 }
 
+/// The rest side is kept between set-ups; nobody must see it.
+class KeptRestTest : public BlockSetupTest {
+protected:
+    /// Sets up with what earlier set-ups left, and once more from nothing: the same bits.
+    void expectLikeNew() {
+        ASSERT_TRUE(setUp(false).empty());
+        const std::size_t first = slot(kBlock, 0), end = first + static_cast<std::size_t>(curvePoints());
+        RigArrays fresh;
+        fresh.resize(3);
+        Curve freshCurve;
+        std::int32_t freshSignature = signature;
+        const BlockSetup setup{kBlock,         element,       hierarchy, tweaks.data(),
+                               kCpuSetupLines, kRigInBetween, false,     false};
+        ASSERT_TRUE(setUpBlock(setup, {freshCurve, &parameters[first], freshSignature}, fresh).empty());
+        for (std::size_t k = first; k < end; ++k) {
+            EXPECT_TRUE(same(arrays.cvMatrices[k], fresh.cvMatrices[k])) << k - first;
+            EXPECT_TRUE(same(arrays.cvBaseMatrices[k], fresh.cvBaseMatrices[k])) << k - first;
+            EXPECT_TRUE(same(arrays.cvBaseMatricesInverse[k], fresh.cvBaseMatricesInverse[k])) << k - first;
+        }
+        EXPECT_EQ(std::memcmp(&arrays.tweakVectors[first], &fresh.tweakVectors[first],
+                              static_cast<std::size_t>(centreJointCount(info())) * sizeof(TweakVectors)),
+                  0);
+    }
+
+    static bool same(const Matrix44d& a, const Matrix44d& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+    void moveRest(double by) { hierarchy.find("j2")->restLocal(3, 1) += by; }
+    void movePose(double by) { hierarchy.find("j2")->local(3, 1) += by; }
+};
+
+TEST_F(KeptRestTest, FollowsThePoseWhileTheRestStays) {
+    makeChain(6, false);
+    ASSERT_TRUE(setUp().empty());
+    for (double by : {0.1, -0.4, 0.0}) {
+        movePose(by);
+        expectLikeNew();
+    }
+}
+
+TEST_F(KeptRestTest, IsMadeAnewWhenARestMatrixChanges) {
+    makeChain(6, false);
+    ASSERT_TRUE(setUp().empty());
+    const Matrix44d before = arrays.cvBaseMatrices[slot(kBlock, 6)];
+    moveRest(0.25);
+    expectLikeNew();
+    EXPECT_FALSE(same(arrays.cvBaseMatrices[slot(kBlock, 6)], before));
+    moveRest(-0.25);
+    expectLikeNew();
+}
+
+TEST_F(KeptRestTest, IsMadeAnewWhenTheBlockBecomesSimpleOrItsParametersChange) {
+    makeChain(6, false);
+    ASSERT_TRUE(setUp().empty());
+    element[attribute::kSimple] = boolean(true);
+    ASSERT_TRUE(setUp().empty());
+    expectLikeNew();
+    element[attribute::kSimple] = boolean(false);
+    ASSERT_TRUE(setUp().empty());
+    parameters[slot(kBlock, 3)] += 0.05f;
+    expectLikeNew();
+}
+
+// The rest changes, the set-up fails half-way, and the next one finds the rest unchanged since.
+TEST_F(KeptRestTest, IsMadeAnewAfterASetUpThatFailed) {
+    makeChain(6, false);
+    ASSERT_TRUE(setUp().empty());
+    moveRest(0.25);
+    const auto env = element[attribute::kEnv];
+    element.erase(attribute::kEnv);
+    ASSERT_FALSE(setUp(false).empty());
+    element[attribute::kEnv] = env;
+    expectLikeNew();
+}
+
+TEST_F(KeptRestTest, SeesOtherJointsUnderTheSameNames) {
+    makeChain(6, false);
+    ASSERT_TRUE(setUp().empty());
+    makeChain(4, false);
+    ASSERT_TRUE(setUp().empty());
+    expectLikeNew();
+}
+
 } // namespace
 } // namespace talvisora

@@ -41,6 +41,32 @@ TEST(JointChain, ReusingTheParentsMatrixChangesNoBit) {
     }
 }
 
+// Every joint has a frame record of its own under it, as hosts make them for foreign axes: the chain's names
+// are the frames, and a frame's parent is never the frame before it.
+TEST(JointChain, ReusesMatricesAcrossHelperRecordsAndRepeatedNames) {
+    GrHierarchy hierarchy;
+    addChain(hierarchy, bentLine(6, 0.3), straightLine(6));
+    std::vector<std::string> names;
+    for (const std::string& joint : jointNames(6)) {
+        JointRecord frame;
+        frame.parent = joint;
+        setTranslation(frame.local, {0.25, 0.5, -1.0});
+        hierarchy.set("frame_" + joint, frame);
+        names.push_back("frame_" + joint);
+    }
+    names.push_back(names[2]); // back to an earlier branch
+    names.push_back(names[2]); // the very record of the name before
+    names.push_back("j5");
+    const JointChain chain = readChain(hierarchy, names);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        Matrix44d world;
+        ASSERT_FALSE(hierarchy.worldMatrix(names[i], Pose::kCurrent, world));
+        EXPECT_EQ(chain.world[i], world) << names[i];
+        ASSERT_FALSE(hierarchy.worldMatrix(names[i], Pose::kRest, world));
+        EXPECT_EQ(chain.restWorld[i], world) << names[i];
+    }
+}
+
 TEST(JointChain, NamesTheFirstJointThatIsNotThere) {
     GrHierarchy hierarchy;
     addChain(hierarchy, straightLine(2), straightLine(2));

@@ -30,7 +30,6 @@ std::vector<Fault> setUpBlocks(const BlockStage& stage, RigCache kept, RigArrays
     const int blockCount = static_cast<int>(stage.blocks.values.size());
     kept.resize(stage.blocks.values.size());
     arrays.resize(stage.blocks.values.size());
-    std::vector<std::vector<Fault>> faultsOfBlock(stage.blocks.values.size());
     std::atomic<bool> failed{false};
 
     const auto setUp = [&](int b) {
@@ -43,9 +42,9 @@ std::vector<Fault> setUpBlocks(const BlockStage& stage, RigCache kept, RigArrays
                                kRigInBetween,
                                stage.freshParameters,
                                stage.carryTangents};
-        faultsOfBlock[block] = setUpBlock(
+        arrays.faults[block] = setUpBlock(
             setup, {kept.restCurves[block], &kept.cvParameters[slot(b, 0)], kept.cvSignature[block]}, arrays);
-        if (!faultsOfBlock[block].empty()) failed.store(true, std::memory_order_relaxed);
+        if (!arrays.faults[block].empty()) failed.store(true, std::memory_order_relaxed);
     };
     if (blockCount < kFewestParallelBlocks) {
         for (int b = 0; b < blockCount; ++b) setUp(b);
@@ -60,7 +59,7 @@ std::vector<Fault> setUpBlocks(const BlockStage& stage, RigCache kept, RigArrays
 
     std::vector<Fault> faults;
     if (failed.load(std::memory_order_relaxed))
-        for (std::vector<Fault>& block : faultsOfBlock)
+        for (std::vector<Fault>& block : arrays.faults)
             faults.insert(faults.end(), std::make_move_iterator(block.begin()),
                           std::make_move_iterator(block.end()));
     return faults;

@@ -26,36 +26,39 @@ void times(const double* v, const double* m, double* to) {
     for (int c = 0; c < 3; ++c) to[c] = v[0] * m[c] + v[1] * m[3 + c] + v[2] * m[6 + c];
 }
 
-void makeCarriers(const Matrix44d& current, const Matrix44d& rest, const Matrix44d& restInverse,
-                  const ObjectFrame& frame, OffsetCarrier& carrier, WorldCarrier& world) {
-    const Matrix44d carry = restInverse * current;
+/// What carries an offset from rest to current pose, in the world: the linear part of restInverse · current.
+void makeWorldCarrier(const Matrix44d& current, const Matrix44d& rest, const Matrix44d& restInverse,
+                      WorldCarrier& world) {
+    for (int r = 0; r < 3; ++r) {
+        for (int c = 0; c < 3; ++c)
+            world.linear[4 * r + c] = restInverse(r, 0) * current(0, c) + restInverse(r, 1) * current(1, c) +
+                                      restInverse(r, 2) * current(2, c);
+        world.linear[4 * r + 3] = 0.0;
+    }
     // The rest control point is the origin of its own matrix, so this is the current control point up to
     // rounding; written out because the inverse of a singular matrix is the identity.
     const Vec3d origin = pointMultMat(pointMultMat(translation(rest), restInverse), current);
-    carrier = {};
-    world = {};
-    world.constant[0] = origin.x;
-    world.constant[1] = origin.y;
-    world.constant[2] = origin.z;
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c) world.linear[4 * r + c] = carry(r, c);
-    if (!frame.folded) {
-        put3(carrier.rest, translation(rest));
-        std::copy(world.linear, world.linear + 12, carrier.linear);
-        std::copy(world.constant, world.constant + 4, carrier.constant);
-        return;
-    }
+    put3(world.constant, origin);
+    world.constant[3] = 0.0;
+}
+
+/// The same for offsets in object axes, and from there back into object space.
+void foldCarrier(const ObjectFrame& frame, const Matrix44d& rest, WorldCarrier& world,
+                 OffsetCarrier& carrier) {
     times(rest.m + 12, frame.toObject, carrier.rest);
     times(world.constant, frame.toObject, carrier.constant);
-    double linear[12] = {};
+    double folded[12];
     for (int r = 0; r < 3; ++r) {
+        const double* axis = frame.toWorld + 3 * r;
         for (int c = 0; c < 3; ++c)
-            linear[4 * r + c] = frame.toWorld[3 * r] * world.linear[c] +
-                                frame.toWorld[3 * r + 1] * world.linear[4 + c] +
-                                frame.toWorld[3 * r + 2] * world.linear[8 + c];
-        times(linear + 4 * r, frame.toObject, carrier.linear + 4 * r);
+            folded[4 * r + c] =
+                axis[0] * world.linear[c] + axis[1] * world.linear[4 + c] + axis[2] * world.linear[8 + c];
+        folded[4 * r + 3] = 0.0;
+        times(folded + 4 * r, frame.toObject, carrier.linear + 4 * r);
+        carrier.linear[4 * r + 3] = 0.0;
     }
-    std::copy(linear, linear + 12, world.linear);
+    carrier.rest[3] = carrier.constant[3] = 0.0;
+    std::copy(folded, folded + 12, world.linear);
 }
 
 /// Coefficients of dot(direction, displacement) over the offset; the displacement is that of the joint's
@@ -156,8 +159,13 @@ void buildBlockTable(const BlockInfo& block, const Matrix44d* current, const Mat
                      const ObjectFrame& frame, BlockTable& table) {
     table.env = block.env;
     table.controlPoints = controlPointCount(block);
-    for (int k = 0; k < table.controlPoints; ++k)
-        makeCarriers(current[k], rest[k], restInverse[k], frame, table.carriers[k], table.world[k]);
+    for (int k = 0; k < table.controlPoints; ++k) {
+        makeWorldCarrier(current[k], rest[k], restInverse[k], table.world[k]);
+        if (frame.folded)
+            foldCarrier(frame, rest[k], table.world[k], table.carriers[k]);
+        else
+            put3(table.carriers[k].rest, translation(rest[k])); // nothing else of it is read then
+    }
 
     table.jointCount = 0;
     for (int j = 0; j < centreJointCount(block); ++j) {

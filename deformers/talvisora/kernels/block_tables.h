@@ -32,14 +32,14 @@ struct ObjectFrame {
 
 /// Control point of the rest curve, and what carries an offset from it. Rows of four doubles, the fourth 0;
 /// row-major, row vectors. When folded, rest points and offsets are in object axes and so is the result; else
-/// everything is in the world.
+/// the rest point is in the world and the others are not filled.
 struct OffsetCarrier {
     double rest[4];
     double linear[12];
     double constant[4]; ///< the offset copy is offset · linear + constant
 };
 
-/// The same offset carried into the world, where tweaks act.
+/// The same offset carried into the world, where tweaks act. Offsets in object axes when folded.
 struct WorldCarrier {
     double linear[12];
     double constant[4];

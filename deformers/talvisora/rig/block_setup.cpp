@@ -47,6 +47,7 @@ std::vector<Fault> setUpBlock(const BlockSetup& setup, KeptBlock kept, RigArrays
     if (joints->values.size() < 2) return {tooFewJoints(setup.lines, b)};
     if (Fault fault = readJointChain(joints->values, setup.hierarchy, setup.lines, chain))
         return {std::move(fault)};
+    if (!chain.restKept) arrays.scratch[block].matrices.restKept = false;
     aimJoints(chain);
     if (Fault fault = readBlockInfo(setup, joints->values.size(), info)) return {std::move(fault)};
     buildJointFrames(chain);
@@ -56,7 +57,7 @@ std::vector<Fault> setUpBlock(const BlockSetup& setup, KeptBlock kept, RigArrays
     buildCurve(chain.restPositions, simple, setup.factors, kept.restCurve);
     std::copy(current.knots.begin(), current.knots.end(), &arrays.knots[knotSlot(b, 0)]);
 
-    buildTweakVectors(chain.positions, chain.restPositions, setup.tweaks, vectors);
+    buildTweakVectors(chain.positions, chain.restPositions, setup.tweaks, vectors, simple);
     if (!simple) {
         std::shared_ptr<GrString> bends;
         if (Fault fault = getRequired(setup.element, attribute::kBends, bends)) return {std::move(fault)};

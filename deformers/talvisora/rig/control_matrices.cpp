@@ -3,7 +3,9 @@
 // frames (Shoemake 1985), turned with the curve, scaled like the joints, standing on the control point.
 #include "rig/control_matrices.h"
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "kernels/records.h"
 
@@ -56,18 +58,80 @@ double lengthAt(const std::array<double, MAX_CV_MATRICES>& lengths, const Place&
     return place.between ? start + place.fraction * (lengths[place.joint + 1] - start) : start;
 }
 
-/// Brings the axes to their lengths (the first one to 1) and puts the frame on its control point.
-Matrix44d scaleAndPlace(Matrix44d frame, const PosedJoints& joints, const Place& place, const Vec3d& point) {
-    setRow(frame, 0, normalise(row(frame, 0)));
-    setRow(frame, 1, row(frame, 1) * lengthAt(joints.lengthY, place));
-    setRow(frame, 2, row(frame, 2) * lengthAt(joints.lengthZ, place));
-    setTranslation(frame, point);
-    return frame;
+/// Brings the axes to their lengths (the first one to 1) and puts the frame on its control point. Into place
+/// element by element: a copy of a matrix that was just written would wait for its parts.
+void scaleAndPlace(const Matrix44d& frame, const PosedJoints& joints, const Place& place, const Vec3d& point,
+                   Matrix44d& placed) {
+    setRow(placed, 0, normalise(row(frame, 0)));
+    setRow(placed, 1, row(frame, 1) * lengthAt(joints.lengthY, place));
+    setRow(placed, 2, row(frame, 2) * lengthAt(joints.lengthZ, place));
+    setTranslation(placed, point);
+    placed.m[3] = placed.m[7] = placed.m[11] = 0.0;
+    placed.m[15] = 1.0;
 }
 
 void fromFirst(const std::vector<Vec3d>& points, std::vector<Vec3d>& relative) {
     relative.resize(points.size());
     for (std::size_t k = 0; k < points.size(); ++k) relative[k] = points[k] - points[0];
+}
+
+TangentStencil makeStencil(const std::vector<float>& knots, float u) {
+    const unsigned knotCount = static_cast<unsigned>(knots.size());
+    TangentStencil stencil;
+    stencil.forward = u + 0.001f < 1.0f;
+    const float other = stencil.forward ? u + 0.001f : u - 0.001f;
+    float basis[8];
+    const unsigned here = NURBS_findSpan(knots.data(), knotCount, 3, u);
+    NURBS_basisFunction(knots.data(), 3, here, u, basis);
+    std::copy(basis, basis + 4, stencil.basisHere);
+    const unsigned there = NURBS_findSpan(knots.data(), knotCount, 3, other);
+    NURBS_basisFunction(knots.data(), 3, there, other, basis);
+    std::copy(basis, basis + 4, stencil.basisThere);
+    stencil.firstHere = static_cast<std::int32_t>(here) - 3;
+    stencil.firstThere = static_cast<std::int32_t>(there) - 3;
+    return stencil;
+}
+
+Vec3d curvePoint(const Vec3d* controlPoints, const float* basis) {
+    Vec3d point{};
+    for (int k = 0; k < 4; ++k) point += controlPoints[k] * static_cast<double>(basis[k]);
+    return point;
+}
+
+Vec3d tangentOf(const TangentStencil& stencil, const Vec3d* relative) {
+    const Vec3d here = curvePoint(relative + stencil.firstHere, stencil.basisHere);
+    const Vec3d there = curvePoint(relative + stencil.firstThere, stencil.basisThere);
+    return normalise(stencil.forward ? there - here : here - there);
+}
+
+bool restHolds(const ControlMatrixInputs& inputs, std::size_t count, const ControlMatrixScratch& scratch) {
+    return scratch.restKept && inputs.chain.restKept && scratch.simple == inputs.simple &&
+           scratch.factors.first == inputs.factors.first && scratch.factors.second == inputs.factors.second &&
+           scratch.parameters.size() == count &&
+           std::memcmp(scratch.parameters.data(), inputs.parameters, count * sizeof(float)) == 0;
+}
+
+/// Everything that follows from rest pose and parameters.
+void buildRest(const ControlMatrixInputs& inputs, std::size_t count, ControlMatrixScratch& scratch,
+               Matrix44d* rest, Matrix44d* restInverse) {
+    PosedJoints joints;
+    poseJoints(inputs.chain.restWorld, inputs.chain.restFrames, joints);
+    scratch.parameters.assign(inputs.parameters, inputs.parameters + count);
+    scratch.stencils.resize(count);
+    scratch.restTangents.resize(count);
+    scratch.restOrientations.resize(count);
+    fromFirst(inputs.rest.controlPoints, scratch.relative);
+    for (std::size_t k = 0; k < count; ++k) {
+        const Place place = placeOf(k, count, inputs.simple, inputs.factors);
+        scratch.stencils[k] = makeStencil(inputs.rest.knots, inputs.parameters[k]);
+        scratch.restTangents[k] = tangentOf(scratch.stencils[k], scratch.relative.data());
+        scratch.restOrientations[k] = orientationAt(joints, place);
+        scaleAndPlace(scratch.restOrientations[k], joints, place, inputs.rest.controlPoints[k], rest[k]);
+        restInverse[k] = inverse(rest[k]);
+    }
+    scratch.simple = inputs.simple;
+    scratch.factors = inputs.factors;
+    scratch.restKept = true;
 }
 
 } // namespace
@@ -88,44 +152,33 @@ Matrix44d toMatrix(const Orientation& orientation) {
 }
 
 Vec3d curveTangent(const Vec3d* relative, const std::vector<float>& knots, float u) {
-    const unsigned knotCount = static_cast<unsigned>(knots.size());
-    const bool forward = u + 0.001f < 1.0f;
-    const float other = forward ? u + 0.001f : u - 0.001f;
-    const Vec3d here = NURBS_evaluate(relative, knots.data(), 3, knotCount, u);
-    const Vec3d there = NURBS_evaluate(relative, knots.data(), 3, knotCount, other);
-    return normalise(forward ? there - here : here - there);
+    return tangentOf(makeStencil(knots, u), relative);
 }
 
 Matrix44d tangentTurn(const Vec3d& restTangent, const Vec3d& tangent, const Matrix44d& restOrientation,
                       const Matrix44d& orientation, bool carried) {
-    if (!carried) return toMatrix(shortestTurn(restTangent, tangent));
+    if (!carried) return toMatrix(shortestUnitTurn(restTangent, tangent));
     // The axes are perpendicular unit vectors: products with the rows are the inverse.
     const Vec3d own{dot(restTangent, row(restOrientation, 0)), dot(restTangent, row(restOrientation, 1)),
                     dot(restTangent, row(restOrientation, 2))};
-    return toMatrix(shortestTurn(vectorMultMat(own, orientation), tangent));
+    return toMatrix(shortestUnitTurn(vectorMultMat(own, orientation), tangent));
 }
 
 void buildControlMatrices(const ControlMatrixInputs& inputs, ControlMatrixScratch& scratch,
                           Matrix44d* current, Matrix44d* rest, Matrix44d* restInverse) {
-    PosedJoints joints, restJoints;
-    poseJoints(inputs.chain.world, inputs.chain.frames, joints);
-    poseJoints(inputs.chain.restWorld, inputs.chain.restFrames, restJoints);
-    fromFirst(inputs.current.controlPoints, scratch.relative);
-    fromFirst(inputs.rest.controlPoints, scratch.restRelative);
-
     const std::size_t count = inputs.current.controlPoints.size();
+    if (!restHolds(inputs, count, scratch)) buildRest(inputs, count, scratch, rest, restInverse);
+
+    PosedJoints joints;
+    poseJoints(inputs.chain.world, inputs.chain.frames, joints);
+    fromFirst(inputs.current.controlPoints, scratch.relative);
     for (std::size_t k = 0; k < count; ++k) {
-        const float u = inputs.parameters[k];
         const Place place = placeOf(k, count, inputs.simple, inputs.factors);
         const Matrix44d orientation = orientationAt(joints, place);
-        const Matrix44d restOrientation = orientationAt(restJoints, place);
-        const Matrix44d turn = tangentTurn(curveTangent(scratch.restRelative.data(), inputs.rest.knots, u),
-                                           curveTangent(scratch.relative.data(), inputs.current.knots, u),
-                                           restOrientation, orientation, inputs.carryTangents);
-
-        current[k] = scaleAndPlace(orientation * turn, joints, place, inputs.current.controlPoints[k]);
-        rest[k] = scaleAndPlace(restOrientation, restJoints, place, inputs.rest.controlPoints[k]);
-        restInverse[k] = inverse(rest[k]);
+        const Matrix44d turn =
+            tangentTurn(scratch.restTangents[k], tangentOf(scratch.stencils[k], scratch.relative.data()),
+                        scratch.restOrientations[k], orientation, inputs.carryTangents);
+        scaleAndPlace(turned(orientation, turn), joints, place, inputs.current.controlPoints[k], current[k]);
     }
 }
 

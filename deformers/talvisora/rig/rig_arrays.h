@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "fault.h"
 #include "kernels/curve.h"
 #include "kernels/records.h"
 #include "maths/matrix44.h"
@@ -14,7 +15,8 @@
 
 namespace talvisora {
 
-/// Working memory of one block; holds the block's intermediate results until its next set-up.
+/// Working memory of one block; holds the block's intermediate results until its next set-up, and its rest
+/// side for as long as the rest pose stays.
 struct BlockScratch {
     JointChain chain;
     ControlMatrixScratch matrices;
@@ -31,6 +33,7 @@ struct RigArrays {
     std::vector<Curve> curves;                    ///< B, current, after the bends
     std::vector<Curve> restCurves;                ///< B, rest; used where the node's own are left alone
     std::vector<BlockScratch> scratch;            ///< B
+    std::vector<std::vector<Fault>> faults;       ///< B, of the last set-up; empty lists most of the time
 
     void resize(std::size_t blockCount) {
         const std::size_t slots = blockCount * MAX_CV_MATRICES;
@@ -42,6 +45,7 @@ struct RigArrays {
         tweakVectors.resize(slots);
         curves.resize(blockCount);
         scratch.resize(blockCount);
+        faults.resize(blockCount);
     }
 };
 

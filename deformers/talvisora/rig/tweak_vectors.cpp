@@ -46,7 +46,7 @@ float angleWeight(double angle, double restAngle) {
 }
 
 void buildTweakVectors(const std::vector<Vec3d>& positions, const std::vector<Vec3d>& restPositions,
-                       const Tweak* tweaks, TweakVectors* vectors) {
+                       const Tweak* tweaks, TweakVectors* vectors, bool angles) {
     for (std::size_t joint = 1; joint + 1 < positions.size(); ++joint) {
         const std::size_t j = joint - 1;
         const Vec3d prevVec = normalise(positions[joint - 1] - positions[joint]);
@@ -66,7 +66,8 @@ void buildTweakVectors(const std::vector<Vec3d>& positions, const std::vector<Ve
         // Kept on purpose: the plane passes one unit from the joint, not through it.
         v.planePoint = narrow(positions[joint] + deformVec);
         v.zAxis = narrow(zAxis);
-        v.angleWeight = angleWeight(vectorsAngle(prevVec, nextVec), jointAngle(restPositions, joint));
+        if (angles)
+            v.angleWeight = angleWeight(vectorsAngle(prevVec, nextVec), jointAngle(restPositions, joint));
     }
 }
 

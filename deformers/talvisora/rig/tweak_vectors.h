@@ -19,9 +19,10 @@ float angleWeight(double angle, double restAngle);
 
 /// Frames of the n - 2 centre joints from n current (aim-corrected) and n rest joint positions, world space.
 /// Centre joint j is joint j + 1. `tweaks` (their collision planes are used) and `vectors` hold at least
-/// n - 2 records. A straight joint has no bend direction: its vectors are zero.
+/// n - 2 records. A straight joint has no bend direction: its vectors are zero. Without `angles` the angle
+/// weights stay 0, for callers that measure them on the control polygons.
 void buildTweakVectors(const std::vector<Vec3d>& positions, const std::vector<Vec3d>& restPositions,
-                       const Tweak* tweaks, TweakVectors* vectors);
+                       const Tweak* tweaks, TweakVectors* vectors, bool angles = true);
 
 /// Replaces the angle weights by those of the control polygons, 3 n - 2 points each: what a bend control does
 /// to its in-between points shows at the joint.
