@@ -189,6 +189,39 @@ void addReset(CLI::App& app, ResetJob& job, bool& json) {
     addModuleOptions(app, job.module, job.variant, job.threads);
 }
 
+void addDraw(CLI::App& app, DrawJob& job, bool& json) {
+    app.add_option("target", job.target, "rig file, or a character: then the rig that deform makes up")
+        ->required()
+        ->type_name("CHARACTER|RIG");
+    app.add_option("-o,--output", job.output, "the picture to write")
+        ->required()
+        ->type_name("OUT.png|OUT.svg");
+    app.add_option("--clip", job.clip, "clip, by its name or a unique part of it; default: the first")
+        ->type_name("NAME");
+    CLI::Option* frame = app.add_option("--frame", job.frame, "the frame to draw; default: 1")
+                             ->check(CLI::Range(1, kMaxInt))
+                             ->type_name("N");
+    app.add_flag("--rest", job.rest, "draw the rest pose")->excludes(frame);
+    app.add_option("--view", job.view, "from where to look: front, side, three-quarter or AZ,EL in degrees")
+        ->type_name("VIEW");
+    app.add_option("--size", job.size, "size of the picture; default: 1280x960")->type_name("WIDTHxHEIGHT");
+    app.add_option("--block", job.block, "draw this block only, and look at it")->type_name("NAME");
+    app.add_option("--labels", job.labels, "label points: index; weights or params of the block")
+        ->type_name("WHAT");
+    app.add_option("--points", job.points, "points to label, e.g. 3,10-20; default: all")->type_name("LIST");
+    app.add_option("--parts", job.parts, "what to draw of: rest,curve,frames,tweaks; none: the mesh alone")
+        ->type_name("LIST");
+    app.add_option("--character", job.character, "the character; default: the one that the rig file names")
+        ->type_name("FILE");
+    app.add_flag("--keep-unknown", job.keepUnknown, "take rig files with keys that are not known");
+    app.add_flag("--simple", job.simple, "one control point per joint in the rig that is made up");
+    app.add_option("--up", job.up, "the file's upward axis: y or z");
+    addUnits(app, job.units);
+    app.add_option("--fps", job.fps, "frame f lies at (f - 1) / fps seconds");
+    app.add_flag("--json", json, "print one JSON report on standard output");
+    addModuleOptions(app, job.module, job.variant, job.threads);
+}
+
 void addMirror(CLI::App& app, MirrorJob& job, std::string& axis, std::string& from, bool& json) {
     app.add_option("rig", job.rig, "the rig file")->required()->type_name("RIG");
     app.add_option("-o,--output", job.output, "the rig file to write; may be the same")
@@ -271,6 +304,9 @@ ExitCode run(int argc, char** argv) {
     CheckJob checkJob;
     bool checkJson = false;
     CLI::App& checkApp = *app.add_subcommand("check", "look for what is wrong with a rig");
+    DrawJob drawJob;
+    bool drawJson = false;
+    CLI::App& drawApp = *app.add_subcommand("draw", "draw a rig over its character");
     MirrorJob mirrorJob;
     TransferJob transferJob;
     std::string mirrorAxis = "x", mirrorFrom = "plus";
@@ -284,6 +320,7 @@ ExitCode run(int argc, char** argv) {
     addMirror(mirrorApp, mirrorJob, mirrorAxis, mirrorFrom, mirrorJson);
     addTransfer(transferApp, transferJob, transferJson);
     addCheck(checkApp, checkJob, checkJson);
+    addDraw(drawApp, drawJob, drawJson);
     addReplay(replayApp, replayVerb);
     addInfo(infoApp, infoVerb);
     addDeform(deformApp, job, params, tangentTurn, json);
@@ -314,6 +351,7 @@ ExitCode run(int argc, char** argv) {
     }
     if (transferApp.parsed()) return runTransferVerb(transferJob, transferJson);
     if (checkApp.parsed()) return runCheckVerb(checkJob, checkJson);
+    if (drawApp.parsed()) return runDrawVerb(drawJob, drawJson);
     job.blocks.params = params == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;
     job.tangentTurn = tangentTurn != 0;
     return runDeformVerb(job, json);

@@ -29,6 +29,7 @@ ARROWS = {
     "evaluate": {"std", "tbb", "maya", "clew", "include/maths", "include", "kernels", "node", "rig"},
     "commands": {"std", "tbb", "maya", "include/maths", "include", "kernels", "node", "rig/control_polygon.h"},
     "draw": {"std", "maya", "include/maths"},
+    "overlay": {"std", "maya", "include/maths", "include", "kernels", "node", "rig", "evaluate", "draw"},
     "front door": {"std", "maya", "include", "node", "evaluate", "commands"},
     "headless/maya": {"std", "maya", "clew", "headless/headless_api.h", "headless/array_storage.h"},
     "headless/clew": {"std", "opencl", "headless/headless_api.h"},
@@ -37,7 +38,7 @@ ARROWS = {
              "headless/opencl", "nlohmann", "cli", "assimp", "gltf", "stb"},
 }
 INSIDE = {"include/maths", "include", "kernels", "variants", "shared with variants", "node", "rig", "evaluate",
-          "commands", "draw", "front door", "headless", "headless/maya", "headless/clew", "host"}
+          "commands", "draw", "overlay", "front door", "headless", "headless/maya", "headless/clew", "host"}
 for _room in ("tests", "bench"):
     ARROWS[_room] = INSIDE | {"std", "tbb", "maya", "clew", "opencl", "nlohmann", "assimp", "gltf", "stb",
                               "gtest", "rapidcheck", "benchmark", "hermetic"}
@@ -213,6 +214,7 @@ BAD = [
     (MODULE + "/rig/parallel.cpp", "#include <tbb/parallel_for.h>\n", "TBB in the rig"),
     (MODULE + "/commands/reset.cpp", '#include "rig/bends.h"\n', "commands see one file of rig only"),
     (MODULE + "/node/my_node.cpp", '#include "kernels/dispatch.h"\n', "node sees the records of kernels only"),
+    (MODULE + "/draw/peek.cpp", '#include "kernels/curve.h"\n', "the drawing room sees the maths only"),
     (MODULE + "/evaluate/peek.cpp", '#include "host/replay.h"\n', "the module names the host"),
     (MODULE + "/evaluate/scene.cpp", '#include "scene/scene.h"\n', "the module names the stand-in"),
     ("headless/scene/peek.cpp", '#include "fault.h"\n', "the stand-in knows include/"),

@@ -6,6 +6,7 @@
 #include "host/bind/bind_job.h"
 #include "host/check/check_job.h"
 #include "host/deform/deform_job.h"
+#include "host/draw/draw_job.h"
 #include "host/reset/reset_job.h"
 #include "host/rig_edit/edit_jobs.h"
 
@@ -46,6 +47,9 @@ ExitCode runBindVerb(BindJob job, bool json);
 /// Checks a rig, then prints what was found, or with `json` one report object. kFindings when there is
 /// anything.
 ExitCode runCheckVerb(const CheckJob& job, bool json);
+
+/// Draws a rig over its character, then prints what was drawn, or with `json` one report object.
+ExitCode runDrawVerb(const DrawJob& job, bool json);
 
 /// Edit a rig file, then print what was done, or with `json` one report object.
 ExitCode runMirrorVerb(const MirrorJob& job, bool json);
