@@ -197,7 +197,8 @@ DrawReport runDrawJob(const DrawJob& job) {
     const FileUnit units = rigFile && job.units == FileUnit::kFromFile ? unitsOf(*rigFile) : job.units;
     const bool zUp = (job.up.empty() && rigFile ? rigFile->upAxis : job.up) == "z";
     const View view = parseView(job.view, zUp ? Vec3d{0.0, 0.0, 1.0} : Vec3d{0.0, 1.0, 0.0});
-    const Character character = readCharacter(path, {units});
+    const Character character =
+        readCharacter(path, {units, rigFile ? SkinUse::kOptional : SkinUse::kRequired});
     AutoBlockOptions blocks;
     blocks.simple = job.simple;
     AutoRig rig = rigFile ? fitRig(*rigFile, character) : buildAutoRig(character, blocks);
