@@ -25,18 +25,6 @@ protected:
         EXPECT_EQ(ran.err, "");
         return ran.exitCode == 0 ? Json::parse(ran.out) : Json();
     }
-
-    void refused(int exitCode, const std::string& part, const std::vector<std::string>& arguments) const {
-        const auto before = listing();
-        const std::string old = fileText(path("bar.rig.json"));
-        const Ran ran = run(arguments);
-        EXPECT_EQ(ran.exitCode, exitCode) << ran.err;
-        EXPECT_EQ(ran.out, "");
-        EXPECT_EQ(std::count(ran.err.begin(), ran.err.end(), '\n'), 1) << ran.err;
-        EXPECT_NE(ran.err.find(part), std::string::npos) << ran.err;
-        EXPECT_EQ(listing(), before);
-        EXPECT_EQ(fileText(path("bar.rig.json")), old);
-    }
 };
 
 TEST_F(RigEdit, MirrorsTheMiddleBlockInPlace) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -77,6 +78,21 @@ protected:
             names.push_back(entry.path().filename().string());
         std::sort(names.begin(), names.end());
         return names;
+    }
+
+    /// A run that must end in `exitCode` with one line that holds `part`, say nothing else, and leave the
+    /// folder's names and the text of its file `kept` as they were.
+    void refused(int exitCode, const std::string& part, const std::vector<std::string>& arguments,
+                 const std::string& kept = "bar.rig.json") const {
+        const auto before = listing();
+        const std::string old = fileText(path(kept));
+        const Ran ran = run(arguments);
+        EXPECT_EQ(ran.exitCode, exitCode) << ran.err;
+        EXPECT_EQ(ran.out, "");
+        EXPECT_EQ(std::count(ran.err.begin(), ran.err.end(), '\n'), 1) << ran.err;
+        EXPECT_NE(ran.err.find(part), std::string::npos) << ran.err;
+        EXPECT_EQ(listing(), before);
+        EXPECT_EQ(fileText(path(kept)), old);
     }
 
     fs::path folder;

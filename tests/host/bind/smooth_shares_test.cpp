@@ -62,6 +62,16 @@ TEST(SmoothShares, PointsInOnePlaceStayTogether) {
     EXPECT_NEAR(layers.shares[1][3], 0.5 / 3.0, 1e-7) << "half of each, then the mean of three places";
 }
 
+TEST(SmoothShares, TracesBelowAThousandthAreDroppedAndTheRestTakesTheirPart) {
+    RigFile rig = twoBlocks({1, 1, 1, 1}, {0.0009f, 0.0009f, 0.0009f, 0.0009f});
+    smoothShares(strip(), 1, rig);
+    EXPECT_EQ(rig.blocks[1].weights, std::vector<float>(4, 0.0f));
+    EXPECT_EQ(rig.blocks[0].weights, std::vector<float>(4, 1.0f));
+    rig = twoBlocks({1, 1, 1, 1}, {0.0011f, 0.0011f, 0.0011f, 0.0011f});
+    smoothShares(strip(), 1, rig);
+    for (const float weight : rig.blocks[1].weights) EXPECT_NEAR(weight, 0.0011, 1e-8);
+}
+
 TEST(SmoothShares, ManyPassesComeToTheMeanByDegree) {
     // The averaging has the stationary weights (neighbours + 1) / sum: 3, 4, 4, 3 of 14.
     RigFile rig = twoBlocks({1, 1, 1, 0}, {0, 0, 0, 1});
