@@ -51,4 +51,4 @@ if [ $status != 0 ] || ! grep -q '^\[  PASSED  \]' "$work/talk" || grep -q '^\[ 
     echo "program memory: the tests did not pass in the simulator (status $status)"
     exit 1
 fi
-echo "program memory: $(sed -n 's/^\[==========\] \([0-9]* tests\).*/\1/p' "$work/talk" | tail -n 1), no report ($((SECONDS - started)) s)"
+echo "program memory: $(sed -n 's/^\[==========\] \([0-9]* tests*\) .*/\1/p' "$work/talk" | tail -n 1), no report ($((SECONDS - started)) s)"

@@ -43,9 +43,10 @@ std::unique_ptr<OpenClDevice> OpenClDevice::open(std::string& whyNot) {
     const char* chosen = std::getenv("TALVISORA_TEST_DEVICE");
     const auto index = static_cast<std::size_t>(chosen ? std::strtoul(chosen, nullptr, 10) : 0);
     if (index >= devices.size()) {
-        whyNot = "OpenCL offers " + std::to_string(devices.size()) + " devices and number " +
-                 std::to_string(index) +
-                 " was asked for, so the program was not run; scripts/setup installs one";
+        whyNot = devices.empty() ? "OpenCL offers no device here"
+                                 : "OpenCL offers " + std::to_string(devices.size()) +
+                                       " devices here and number " + std::to_string(index) + " was asked for";
+        whyNot += ", so the program was not run; scripts/setup installs one";
         return nullptr;
     }
     std::unique_ptr<OpenClDevice> self(new OpenClDevice);
