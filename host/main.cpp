@@ -57,11 +57,16 @@ void addRigPicture(CLI::App& app, RigPictureOptions& picture) {
         ->type_name("WIDTHxHEIGHT");
 }
 
+void addDevice(CLI::App& app, DeviceChoice& device, const std::string& what) {
+    app.add_option_function<std::string>(
+           "--device", [&device](const std::string& text) { device = parseDeviceChoice(text); }, what)
+        ->type_name("DEVICE");
+}
+
 void addReplay(CLI::App& app, ReplayVerb& verb) {
     app.add_option("capture", verb.capture, "capture to replay")->required()->type_name("CAPTURE.json");
-    app.add_option("--device", verb.device, "OpenCL device for deformGpu, from 0")
-        ->check(CLI::Range(0, kMaxInt))
-        ->type_name("N");
+    addDevice(app, verb.device,
+              "N: the OpenCL device of deformGpu; cpu, gpu, gpu:N or auto: where to make all evaluations");
     addModuleOptions(app, verb.module, verb.variant, verb.threads);
 }
 
@@ -143,7 +148,36 @@ void addDeform(CLI::App& app, DeformJob& job, std::string& params, int& tangentT
         ->check(CLI::Range(1, kMaxInt));
     app.add_flag("--json", json, "print one JSON report on standard output");
     app.add_flag("--quiet", job.quiet, "no summary, no notes, no progress bar");
+    addDevice(app, job.device,
+              "where to evaluate: cpu (default), gpu, the number of an OpenCL device, or auto");
     addModuleOptions(app, job.module, job.variant, job.threads);
+}
+
+void addCompare(CLI::App& app, CompareJob& job, bool& json) {
+    DeformJob& deform = job.deform;
+    app.add_option("first", job.first, "cache (.pc2), capture or answer (.json), or a character")
+        ->required()
+        ->type_name("A");
+    app.add_option("second", job.second, "the same kind; without it A is compared between CPU and GPU")
+        ->type_name("B");
+    app.add_option("--tolerance", job.tolerance,
+                   "largest difference allowed: a length, or with % a part of the bounding box")
+        ->type_name("LENGTH");
+    app.add_option("--picture", job.picture, "the differences as colours on the mesh")->type_name("FILE.png");
+    app.add_option("--mesh", job.mesh, "the character that lends caches and answers its mesh")
+        ->type_name("CHARACTER");
+    app.add_option("--view", deform.view, "from where to look, as in deform");
+    app.add_option("--up", deform.up, "the file's upward axis: y or z");
+    app.add_option("--clip", deform.clip, "of a character: the clip")->type_name("NAME");
+    app.add_option("--frames", deform.frames, "of a character: the frames")->type_name("LIST");
+    app.add_option("--fps", deform.fps, "of a character: frame f lies at (f - 1) / fps seconds");
+    app.add_option("--rig", deform.rig, "of a character: its rig file")->type_name("FILE.rig.json");
+    app.add_flag("--keep-unknown", deform.keepUnknown, "take rig files with keys that are not known");
+    addUnits(app, deform.units);
+    app.add_flag("--json", json, "print one JSON report on standard output");
+    app.add_flag("--quiet", deform.quiet, "no progress bar");
+    addDevice(app, deform.device, "the GPU: gpu (the first, default) or the number of an OpenCL device");
+    addModuleOptions(app, deform.module, deform.variant, deform.threads);
 }
 
 void addCheck(CLI::App& app, CheckJob& job, bool& json) {
@@ -313,6 +347,10 @@ ExitCode run(int argc, char** argv) {
     bool mirrorJson = false, transferJson = false;
     CLI::App& mirrorApp = *app.add_subcommand("mirror", "make one side of a rig like the other");
     CLI::App& transferApp = *app.add_subcommand("transfer", "carry a rig to another mesh");
+    CompareJob compareJob;
+    bool compareJson = false;
+    CLI::App& compareApp =
+        *app.add_subcommand("compare", "tell how far two results, or CPU and GPU, lie apart");
     CLI::App& deformApp = *app.add_subcommand("deform", "deform a skinned, animated character");
     addBind(bindApp, bindJob, bindWeights, bindParams, bindJson);
     addReset(paramsApp, paramsJob, paramsJson);
@@ -321,6 +359,7 @@ ExitCode run(int argc, char** argv) {
     addTransfer(transferApp, transferJob, transferJson);
     addCheck(checkApp, checkJob, checkJson);
     addDraw(drawApp, drawJob, drawJson);
+    addCompare(compareApp, compareJob, compareJson);
     addReplay(replayApp, replayVerb);
     addInfo(infoApp, infoVerb);
     addDeform(deformApp, job, params, tangentTurn, json);
@@ -350,6 +389,7 @@ ExitCode run(int argc, char** argv) {
         return runMirrorVerb(mirrorJob, mirrorJson);
     }
     if (transferApp.parsed()) return runTransferVerb(transferJob, transferJson);
+    if (compareApp.parsed()) return runCompareVerb(compareJob, compareJson);
     if (checkApp.parsed()) return runCheckVerb(checkJob, checkJson);
     if (drawApp.parsed()) return runDrawVerb(drawJob, drawJson);
     job.blocks.params = params == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;

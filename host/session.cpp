@@ -4,7 +4,6 @@
 #include "command.h"
 #include "headless/scene/message_log.h"
 #include "headless/scene/scene.h"
-#include "host/device_points.h"
 
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>
@@ -95,16 +94,25 @@ CallResult Session::deformCpu() {
     return timed([this] { return node_->deformCpu(attributes, *record); });
 }
 
-CallResult Session::deformGpu(std::optional<std::int32_t> pointCount,
-                              const std::vector<std::string>& emptyHandles, double* kernelMilliseconds) {
-    DevicePoints points(*record, pointCount, emptyHandles);
-    const CallResult result = timed([&] { return node_->deformGpu(attributes, points.data); });
-    if (!result.threw && result.status == 0) points.read(record->points);
-    if (kernelMilliseconds) *kernelMilliseconds = points.kernelMilliseconds();
+CallResult Session::deformGpu(const GpuRequest& request) {
+    using Clock = std::chrono::steady_clock;
+    if (!buffers_) buffers_ = std::make_unique<GpuBuffers>();
+    GpuDeformData data;
+    const auto start = Clock::now();
+    const std::string unprepared = buffers_->prepare(*record, request, data);
+    CallResult result = timed([&] { return node_->deformGpu(attributes, data); });
+    // A failed evaluation leaves the points as they are; the queue is waited for all the same.
+    std::vector<Vec3d> none;
+    const bool done = !result.threw && result.status == 0;
+    const std::string unfinished =
+        buffers_->finish(data, done ? record->points : none, result.kernelMilliseconds);
+    result.deviceFault = unprepared.empty() ? unfinished : unprepared;
+    result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     return result;
 }
 
 CallResult Session::releaseGpu() {
+    buffers_.reset();
     return timed([this] {
         node_->releaseGpu();
         return 0;

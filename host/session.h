@@ -5,11 +5,11 @@
 #pragma once
 
 #include "host/capture/capture.h"
+#include "host/device/gpu_buffers.h"
 #include "host/module_loader.h"
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,7 +27,10 @@ struct CallResult {
     bool threw = false;
     std::string thrown; ///< text of the exception, when it threw
     std::vector<ShownMessage> messages;
-    double seconds = 0.0; ///< of the call alone
+    double seconds = 0.0;             ///< of the call alone; on a GPU until the points are back
+    double kernelMilliseconds = -1.0; ///< of GPU evaluations: the device's time; negative: not known
+    std::string
+        deviceFault; ///< of GPU evaluations: what the host could not do on the device; empty: all done
 };
 
 /// Threads: one session, one thread; two sessions may not run at once, as they share the scene's messages.
@@ -51,13 +54,12 @@ public:
     std::vector<AttributeDescriptor> declareAttributes(CallResult& result);
     /// One evaluation of `record` on the CPU; there must be a record.
     CallResult deformCpu();
-    /// One evaluation of `record` on the OpenCL device in use (headless/opencl/devices.h); there must be a
-    /// record. `pointCount` and `emptyHandles` as in DevicePoints. Status 2: not offered. With status 0 the
-    /// record's points are those that came back. `kernelMilliseconds`, if not null, gets the time on the
-    /// device, negative when it is not known. Throws HostError when the device does not take or give points.
-    CallResult deformGpu(std::optional<std::int32_t> pointCount = std::nullopt,
-                         const std::vector<std::string>& emptyHandles = {},
-                         double* kernelMilliseconds = nullptr);
+    /// One evaluation of `record` on the OpenCL device in use (the first one unless another was opened), in
+    /// buffers that stay for the next; there must be a record. With status 0 the result stands in the record,
+    /// else the points are left as they were; status 2: not offered. Without a device, or without room on it,
+    /// the node is handed empty handles.
+    CallResult deformGpu(const GpuRequest& request = {});
+    /// Lets the node drop what it has on the device, and drops the session's buffers.
     CallResult releaseGpu();
 
     /// Whether the module exports the command.
@@ -80,6 +82,7 @@ private:
     const Module& module_;
     std::string nodeName_;
     std::unique_ptr<Arena> arena_;
+    std::unique_ptr<GpuBuffers> buffers_;
     std::unique_ptr<GrNode> node_, otherNode_;
     int context_ = 0; // something with an address
 };

@@ -47,6 +47,7 @@ public:
                   const std::vector<bool>& left = {});
 
     Difference result() const;
+    double largest() const { return sum_.largest; } ///< so far
 
 private:
     void keep(double distance);

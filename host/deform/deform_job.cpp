@@ -55,9 +55,9 @@ std::string describe(const CallResult& result) {
 }
 
 // The frame's points from the module. The frame must have been posed; the list stays until the next pose.
-const std::vector<Vec3d>& deformFrame(Stage& stage, const std::string& character, int frame,
-                                      DeformReport& report) {
-    const CallResult result = stage.session().deformCpu();
+const std::vector<Vec3d>& deformFrame(Stage& stage, DeviceRun& device, const std::string& character,
+                                      int frame, DeformReport& report) {
+    const CallResult result = device.evaluate();
     report.deformSeconds += result.seconds;
     ++report.frames;
     const std::string where = character + ": frame " + std::to_string(frame) + ": ";
@@ -103,6 +103,8 @@ DeformReport runDeformJob(const DeformJob& job) {
     const auto start = Clock::now();
     checkOptions(job);
     chooseVariant(job.variant);
+    if (job.device.kind == DeviceKind::kGpu || job.device.kind == DeviceKind::kNumber)
+        openDevice(job.device.number);
 
     DeformInputs inputs(job);
     const Character& character = inputs.character;
@@ -126,6 +128,7 @@ DeformReport runDeformJob(const DeformJob& job) {
     describeRig(character, inputs.rig, report);
     const Module module(job.module);
     Stage stage(inputs, module, "grhost_deform");
+    DeviceRun device(stage.session(), job.device);
 
     // What to evaluate: the frames for the files, then those that only the picture shows.
     const std::vector<int> fileFrames = wholeRun ? clipFrames : std::vector<int>();
@@ -161,7 +164,7 @@ DeformReport runDeformJob(const DeformJob& job) {
     for (std::size_t k = 0; k < frames.size(); ++k) {
         const int frame = frames[k];
         const Pose pose = stage.pose(frame);
-        const std::vector<Vec3d>& deformed = deformFrame(stage, job.character, frame, report);
+        const std::vector<Vec3d>& deformed = deformFrame(stage, device, job.character, frame, report);
         const bool forFiles = k < fileFrames.size();
         const std::vector<Vec3d> reference =
             job.baseline ? linearBlend(character, pose) : std::vector<Vec3d>();
@@ -193,6 +196,7 @@ DeformReport runDeformJob(const DeformJob& job) {
     }
     if (!job.capture.empty()) report.written.push_back(job.capture);
     if (job.baseline) report.quality = quality.report();
+    if (job.device.kind != DeviceKind::kAsWritten) report.device = device.report();
     report.totalSeconds = std::chrono::duration<double>(Clock::now() - start).count();
     return report;
 }

@@ -4,6 +4,7 @@
 
 #include "host/character/auto_blocks.h"
 #include "host/character/deform_quality.h"
+#include "host/device/device_run.h"
 #include "host/picture/render.h"
 
 #include <optional>
@@ -35,6 +36,7 @@ struct DeformJob {
     std::string module;  ///< path; empty: the one beside the executable
     std::string variant; ///< processor variant; empty: the best
     int threads = 0;     ///< 0: all
+    DeviceChoice device; ///< where the frames are evaluated; kAsWritten: the processor
 };
 
 struct DeformReport {
@@ -48,6 +50,7 @@ struct DeformReport {
     std::vector<std::string> notes; ///< warnings of the file and of the rig
     std::vector<std::string> written;
     std::optional<QualityReport> quality; ///< with baseline
+    std::optional<DeviceReport> device;   ///< when the job names one
 
     /// Points deformed per second of the module's time, and of the whole run.
     double deformRate() const;

@@ -17,7 +17,12 @@ namespace {
 class Replay {
 public:
     Replay(const Module& module, const Capture& capture, const ReplayOptions& options)
-        : session_(module, capture.node, options.threads), scene_(capture.meshes, session_.node().object) {
+        : session_(module, capture.node, options.threads),
+          scene_(capture.meshes, session_.node().object),
+          device_(options.device) {
+        if (device_.kind == DeviceKind::kGpu || device_.kind == DeviceKind::kNumber)
+            openDevice(device_.number);
+        if (device_.kind == DeviceKind::kAuto) run_.emplace(session_, device_);
         session_.attributes = capture.attributes;
         session_.sharedInputs() = capture.sharedInputs;
         session_.record = capture.record;
@@ -42,7 +47,9 @@ public:
         const ExitCode code = unavailable_ ? ExitCode::kInput
                               : failed_    ? ExitCode::kModuleFailed
                                            : ExitCode::kDone;
-        return {json.text() + "\n", code};
+        ReplayAnswer answer{json.text() + "\n", code, std::nullopt};
+        if (run_) answer.device = run_->report();
+        return answer;
     }
 
 private:
@@ -57,23 +64,10 @@ private:
             writeDescriptors(json.key("attributes"), declared);
             break;
         }
-        case Kind::kDeformCpu: {
-            startPoints(call);
-            outcome(json, session_.deformCpu(), true);
-            finishPoints(json);
+        case Kind::kDeformCpu:
+        case Kind::kDeformGpu:
+            evaluation(call, json);
             break;
-        }
-        case Kind::kDeformGpu: {
-            startPoints(call);
-            const CallResult result = session_.deformGpu(call.gpuPointCount, call.gpuNull);
-            if (!result.threw && result.status == kNotOffered) {
-                notAvailable(json, "this module evaluates on the CPU only");
-                break;
-            }
-            outcome(json, result, true);
-            finishPoints(json);
-            break;
-        }
         case Kind::kReleaseGpu:
             outcome(json, session_.releaseGpu(), false);
             break;
@@ -86,6 +80,30 @@ private:
             json.key("messages").beginArray().endArray();
             break;
         }
+    }
+
+    void evaluation(const CaptureCall& call, JsonWriter& json) {
+        const bool onGpu = device_.kind == DeviceKind::kGpu ||
+                           (call.kind == Kind::kDeformGpu && device_.kind != DeviceKind::kCpu);
+        startPoints(call);
+        CallResult result;
+        if (run_)
+            result = run_->evaluate();
+        else if (onGpu)
+            result = session_.deformGpu({call.gpuPointCount, call.gpuNull});
+        else
+            result = session_.deformCpu();
+        if (onGpu && !result.threw && result.status == kNotOffered) {
+            notAvailable(json, "this module evaluates on the CPU only");
+            return;
+        }
+        // The module does not know of what the host could not do on the device.
+        if (!result.threw && result.status == 0 && !result.deviceFault.empty()) {
+            json.key("deviceFault").value(result.deviceFault);
+            failed_ = true;
+        }
+        outcome(json, result, true);
+        finishPoints(json);
     }
 
     // Status (where the operation has one), or what was thrown, and the messages.
@@ -162,7 +180,9 @@ private:
     static constexpr int kNotOffered = 2; // status of a node without a GPU path
 
     Session session_;
-    ReplayScene scene_;                        // names the session's node, so it goes first
+    ReplayScene scene_; // names the session's node, so it goes first
+    DeviceChoice device_;
+    std::optional<DeviceRun> run_;             // with kAuto
     std::vector<Vec3d> points_;                // what a fresh evaluation starts from
     std::optional<std::vector<Vec3d>> result_; // of the last evaluation
     bool failed_ = false, unavailable_ = false;

@@ -43,6 +43,8 @@ std::string summary(const DeformReport& report) {
         }
         text += "wrote " + report.written[k] + "\n";
     }
+    if (report.device)
+        for (const std::string& line : deviceLines(*report.device)) text += line + "\n";
     if (report.frames > 0)
         text +=
             format("%zu frame%s of '%s', %zu points, %zu blocks: %s points/s deforming (%.3f s), %s points/s "
@@ -87,6 +89,24 @@ std::string reportJson(const DeformReport& report) {
         json.key("maxPercent").value(report.quality->maxPercent);
         writeSurface(json.key("deformed"), report.quality->deformed);
         writeSurface(json.key("linearBlend"), report.quality->reference);
+        json.endObject();
+    }
+    if (report.device) {
+        const DeviceReport& device = *report.device;
+        json.key("device").beginObject();
+        json.key("name").value(device.device);
+        json.key("cpuFrames").value(std::uint64_t(device.cpuFrames));
+        json.key("gpuFrames").value(std::uint64_t(device.gpuFrames));
+        json.key("gpuMessages").value(std::uint64_t(device.gpuMessages));
+        if (device.kernelMilliseconds >= 0.0) json.key("kernelMilliseconds").value(device.kernelMilliseconds);
+        if (!device.fallback.empty()) json.key("fallback").value(device.fallback);
+        if (device.first) {
+            json.key("firstFrameDifference").beginObject();
+            json.key("largest").value(device.first->largest);
+            json.key("share").value(device.first->share(device.first->largest));
+            json.key("point").value(device.first->worstPoint).endObject();
+        }
+        json.key("line").value(device.line);
         json.endObject();
     }
     json.key("notes").value(report.notes);

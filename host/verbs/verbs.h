@@ -5,6 +5,7 @@
 
 #include "host/bind/bind_job.h"
 #include "host/check/check_job.h"
+#include "host/compare/compare_job.h"
 #include "host/deform/deform_job.h"
 #include "host/draw/draw_job.h"
 #include "host/reset/reset_job.h"
@@ -20,10 +21,10 @@ struct ReplayVerb {
     std::string module;  ///< path; empty: the one beside the executable
     std::string variant;
     int threads = 0;
-    int device = 0; ///< for deformGpu, where the module offers it
+    DeviceChoice device;
 };
 
-/// Prints the replay's answer.
+/// Prints the replay's answer; with an automatic choice of the device, on standard error, what it was.
 ExitCode runReplayVerb(const ReplayVerb& verb);
 
 struct InfoVerb {
@@ -50,6 +51,10 @@ ExitCode runCheckVerb(const CheckJob& job, bool json);
 
 /// Draws a rig over its character, then prints what was drawn, or with `json` one report object.
 ExitCode runDrawVerb(const DrawJob& job, bool json);
+
+/// Compares, then prints figures, or with `json` one report object. kFindings when a difference is past the
+/// tolerance.
+ExitCode runCompareVerb(const CompareJob& job, bool json);
 
 /// Edit a rig file, then print what was done, or with `json` one report object.
 ExitCode runMirrorVerb(const MirrorJob& job, bool json);

@@ -65,7 +65,9 @@ TEST_F(CommandLine, WrongUsageEndsWithTwo) {
     expectRefused(2, {"capture"}, {"replay"});
     expectRefused(2, {"--slow"}, {"replay", "c.json", "--slow"});
     expectRefused(2, {"--threads"}, {"replay", "c.json", "--threads", "0"});
-    expectRefused(2, {"--device", "0 to 2147483647"}, {"replay", "c.json", "--device", "-1"});
+    expectRefused(2, {"--device -1", "cpu, gpu, auto"}, {"replay", "c.json", "--device", "-1"});
+    expectRefused(2, {"--device gpu:x", "cpu, gpu, auto"},
+                  {"deform", "a.glb", "-o", path("o.pc2"), "--device", "gpu:x"});
     expectRefused(2, {"--capture-frame", "1 to 2147483647"},
                   {"deform", "a.glb", "--capture", path("c.json"), "--capture-frame", "-5"});
     expectRefused(2, {"--variant", "mmx", "sse2"}, {"replay", "c.json", "--variant", "mmx"});
