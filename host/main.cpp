@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // grhost: a command-line host for the deformer module. This file is the command line and nothing else.
 #include "host/verbs/verbs.h"
+#include "host/version.h"
 #include "host/writers/temporary_files.h"
 
 #include <CLI/CLI.hpp>
@@ -150,6 +151,12 @@ void addDeform(CLI::App& app, DeformJob& job, std::string& params, int& tangentT
     app.add_flag("--quiet", job.quiet, "no summary, no notes, no progress bar");
     addDevice(app, job.device,
               "where to evaluate: cpu (default), gpu, the number of an OpenCL device, or auto");
+    addModuleOptions(app, job.module, job.variant, job.threads);
+}
+
+void addDoctor(CLI::App& app, DoctorJob& job, bool& json) {
+    app.add_flag("!--no-self-check", job.selfCheck, "look only, evaluate nothing");
+    app.add_flag("--json", json, "print one JSON report on standard output");
     addModuleOptions(app, job.module, job.variant, job.threads);
 }
 
@@ -315,7 +322,7 @@ void checkVerb(const CLI::App& app, const std::string& verb) {
 ExitCode run(int argc, char** argv) {
     CLI::App app{"grhost: a host for the talvisora deformer, without Maya"};
     app.require_subcommand(1);
-    app.set_version_flag("--version", "grhost 0.1.0");
+    app.set_version_flag("--version", std::string("grhost ") + kVersion);
 
     ReplayVerb replayVerb;
     InfoVerb infoVerb;
@@ -347,6 +354,9 @@ ExitCode run(int argc, char** argv) {
     bool mirrorJson = false, transferJson = false;
     CLI::App& mirrorApp = *app.add_subcommand("mirror", "make one side of a rig like the other");
     CLI::App& transferApp = *app.add_subcommand("transfer", "carry a rig to another mesh");
+    DoctorJob doctorJob;
+    bool doctorJson = false;
+    CLI::App& doctorApp = *app.add_subcommand("doctor", "tell what is here, what is missing and what helps");
     CompareJob compareJob;
     bool compareJson = false;
     CLI::App& compareApp =
@@ -359,6 +369,7 @@ ExitCode run(int argc, char** argv) {
     addTransfer(transferApp, transferJob, transferJson);
     addCheck(checkApp, checkJob, checkJson);
     addDraw(drawApp, drawJob, drawJson);
+    addDoctor(doctorApp, doctorJob, doctorJson);
     addCompare(compareApp, compareJob, compareJson);
     addReplay(replayApp, replayVerb);
     addInfo(infoApp, infoVerb);
@@ -389,6 +400,7 @@ ExitCode run(int argc, char** argv) {
         return runMirrorVerb(mirrorJob, mirrorJson);
     }
     if (transferApp.parsed()) return runTransferVerb(transferJob, transferJson);
+    if (doctorApp.parsed()) return runDoctorVerb(doctorJob, doctorJson);
     if (compareApp.parsed()) return runCompareVerb(compareJob, compareJson);
     if (checkApp.parsed()) return runCheckVerb(checkJob, checkJson);
     if (drawApp.parsed()) return runDrawVerb(drawJob, drawJson);

@@ -35,7 +35,7 @@ ARROWS = {
     "headless/clew": {"std", "opencl", "headless/headless_api.h"},
     "headless": {"std", "maya", "clew", "headless/maya", "headless/clew", "opencl"},
     "host": {"std", "tbb", "maya", "clew", "include/maths", "include", "headless/scene",
-             "headless/opencl", "nlohmann", "cli", "assimp", "gltf", "stb"},
+             "headless/opencl", "kernels/cpu_features.h", "kernels/dispatch.h", "nlohmann", "cli", "assimp", "gltf", "stb"},
 }
 INSIDE = {"include/maths", "include", "kernels", "variants", "shared with variants", "node", "rig", "evaluate",
           "commands", "draw", "overlay", "front door", "headless", "headless/maya", "headless/clew", "host"}

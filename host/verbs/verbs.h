@@ -7,6 +7,7 @@
 #include "host/check/check_job.h"
 #include "host/compare/compare_job.h"
 #include "host/deform/deform_job.h"
+#include "host/doctor/doctor_job.h"
 #include "host/draw/draw_job.h"
 #include "host/reset/reset_job.h"
 #include "host/rig_edit/edit_jobs.h"
@@ -55,6 +56,9 @@ ExitCode runDrawVerb(const DrawJob& job, bool json);
 /// Compares, then prints figures, or with `json` one report object. kFindings when a difference is past the
 /// tolerance.
 ExitCode runCompareVerb(const CompareJob& job, bool json);
+
+/// Prints what is here, what is missing and what helps. kFindings when a self check came out wrong.
+ExitCode runDoctorVerb(const DoctorJob& job, bool json);
 
 /// Edit a rig file, then print what was done, or with `json` one report object.
 ExitCode runMirrorVerb(const MirrorJob& job, bool json);
