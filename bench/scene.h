@@ -41,9 +41,10 @@ public:
     void blend(const Blend<double>& blend, std::size_t first, std::size_t end);
     void bytes(std::size_t first, std::size_t end);
 
-private:
+    /// What the point stage reads; valid until the next evaluation.
     PointStage stage();
 
+private:
     LimbScene limb_;
     MyNode node_;
     DeformRecord record_;

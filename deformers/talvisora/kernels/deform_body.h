@@ -3,6 +3,9 @@
 // left of a run that no tweak touches goes through one pair at a time, with the rows of the block's table as
 // registers. Both do the same operations in the same order, so it does not matter which way a pair takes.
 // To be included inside the variant's namespace, after tweak_body.h.
+//
+// Twin: run.cl, one point at a time in single precision, with thresholds of 0.001, the point's weight as a
+// factor, and matrices that are not multiplied beforehand.
 
 /// Pairs of one run, one group of them: all arrays begin at the group's first pair.
 struct GroupView {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The records that the rig set-up fills and the point mathematics reads, in the layout in which they cross to
-// the device, and every index formula, once. Included by the processor variants: no header with ordinary
-// inline functions or templates may be added here.
+// the device (twin: records.cl), and every index formula, once. Included by the processor variants: no header
+// with ordinary inline functions or templates may be added here.
 #pragma once
 
 #include <stddef.h>

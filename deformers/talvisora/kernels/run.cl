@@ -8,28 +8,25 @@
 // The scratch polygon that the caller provides is not touched: nothing in it outlives a block, and its traffic
 // would be ten times that of everything else.
 
-// The control points are registers only where the calls that name them are dissolved.
-#define INLINED static inline __attribute__((always_inline))
-
 /// Weight maps of one point: map m lies at m * count.
 struct PointMaps {
     global const float* first;
     size_t count;
 };
 
-INLINED float mapValue(const struct PointMaps maps, const int m) {
+INLINED static float mapValue(const struct PointMaps maps, const int m) {
     return maps.first[(size_t)m * maps.count];
 }
 
 /// The offset copy of control point k, carried from rest to current pose.
-INLINED float3 offsetCopy(const float3 offset, global const float16* current, global const float16* rest,
+INLINED static float3 offsetCopy(const float3 offset, global const float16* current, global const float16* rest,
                                 global const float16* restInverse, const int k) {
     return pointMultMat(pointMultMat(rest[k].scde + offset, restInverse[k]), current[k]);
 }
 
 /// Pushes a control point back over the collision plane when it has crossed it: a point before the joint when its
 /// distance is negative, one after it when positive.
-INLINED void collide(global const struct Tweak* t, global const struct TweakVectors* v, const bool before,
+INLINED static void collide(global const struct Tweak* t, global const struct TweakVectors* v, const bool before,
                            const struct PointMaps maps, float3* p) {
     const float3 planeNormal = v->planeNormal;
     const float dist = dot(planeNormal, *p - v->planePoint);
@@ -40,7 +37,7 @@ INLINED void collide(global const struct Tweak* t, global const struct TweakVect
 /// All steps of one joint but the collision, on its own control point and its two neighbours. A neighbour or an
 /// own point outside the span is a copy that nobody reads. No tweak of another joint has touched `own` yet: a
 /// neighbour reaches at most the points beside it.
-INLINED void bend(global const struct Tweak* t, global const struct TweakVectors* v,
+INLINED static void bend(global const struct Tweak* t, global const struct TweakVectors* v,
                         const float3 currentOwn, const bool simple, const struct PointMaps maps, float3* before,
                         float3* own, float3* after) {
     const float3 vec = *own - currentOwn;

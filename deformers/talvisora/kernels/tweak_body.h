@@ -6,6 +6,7 @@
 // point is moved by its own value only, so a span needs just the joints in reach and, of them, just the
 // control points it uses. To be included inside the variant's namespace, after lanes_points.h.
 //
+// Twin: the first half of run.cl.
 // Twin widths: amounts are products in double of widened singles; the collision's distance and its product
 // are single precision, rounded after every factor.
 
