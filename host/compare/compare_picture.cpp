@@ -68,8 +68,7 @@ void drawComparison(const CompareJob& job, const Comparison& comparison, const C
     ValueSheetOptions options;
     const Vec3d up = mesh.zUp ? Vec3d{0.0, 0.0, 1.0} : Vec3d{0.0, 1.0, 0.0};
     options.views = {viewNamed(job.deform.view, up), viewNamed("three-quarter-back", up)};
-    options.cellWidth = 480;
-    options.cellHeight = 360;
+    options.cellSize = {480, 360};
     options.title = report.first + "  -  " + report.second;
     options.marks = "the worst point";
     const ValueCell cell{"largest difference of each point over " + std::to_string(report.all.frames) + " " +
