@@ -263,6 +263,25 @@ void addDraw(CLI::App& app, DrawJob& job, bool& json) {
     addModuleOptions(app, job.module, job.variant, job.threads);
 }
 
+void addQuality(CLI::App& app, QualityJob& job, bool& json) {
+    app.add_option("--only", job.only, "of the limbs: elbow,twist,helper,tail,stretch; default: all")
+        ->type_name("LIST");
+    app.add_option("--picture", job.picture, "every limb three ways in every pose")->type_name("FILE.png");
+    app.add_option("--width", job.width, "width of one picture; default: 220")->type_name("PIXELS");
+    app.add_option("--last", job.last, "draw the last poses of each limb only")
+        ->check(CLI::Range(1, 5))
+        ->type_name("N");
+    app.add_flag("--joined", job.joined, "draw all limbs beside each other: one row per method");
+    CLI::Option* plain = app.add_flag("--plain", job.plain, "without tweaks");
+    app.add_option("--tweak", job.tweaks,
+                   "an amount for every joint between two bones, NAME=VALUE, in place of the chosen ones")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false)
+        ->excludes(plain);
+    app.add_flag("--json", json, "print one JSON report on standard output");
+    addModuleOptions(app, job.module, job.variant, job.threads);
+}
+
 void addMirror(CLI::App& app, MirrorJob& job, std::string& axis, std::string& from, bool& json) {
     app.add_option("rig", job.rig, "the rig file")->required()->type_name("RIG");
     app.add_option("-o,--output", job.output, "the rig file to write; may be the same")
@@ -348,6 +367,9 @@ ExitCode run(int argc, char** argv) {
     DrawJob drawJob;
     bool drawJson = false;
     CLI::App& drawApp = *app.add_subcommand("draw", "draw a rig over its character");
+    QualityJob qualityJob;
+    bool qualityJson = false;
+    CLI::App& qualityApp = *app.add_subcommand("quality", "measure made-up limbs beside other skinning");
     MirrorJob mirrorJob;
     TransferJob transferJob;
     std::string mirrorAxis = "x", mirrorFrom = "plus";
@@ -371,6 +393,7 @@ ExitCode run(int argc, char** argv) {
     addDraw(drawApp, drawJob, drawJson);
     addDoctor(doctorApp, doctorJob, doctorJson);
     addCompare(compareApp, compareJob, compareJson);
+    addQuality(qualityApp, qualityJob, qualityJson);
     addReplay(replayApp, replayVerb);
     addInfo(infoApp, infoVerb);
     addDeform(deformApp, job, params, tangentTurn, json);
@@ -403,6 +426,7 @@ ExitCode run(int argc, char** argv) {
     if (doctorApp.parsed()) return runDoctorVerb(doctorJob, doctorJson);
     if (compareApp.parsed()) return runCompareVerb(compareJob, compareJson);
     if (checkApp.parsed()) return runCheckVerb(checkJob, checkJson);
+    if (qualityApp.parsed()) return runQualityVerb(qualityJob, qualityJson);
     if (drawApp.parsed()) return runDrawVerb(drawJob, drawJson);
     job.blocks.params = params == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;
     job.tangentTurn = tangentTurn != 0;

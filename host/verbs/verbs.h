@@ -9,6 +9,7 @@
 #include "host/deform/deform_job.h"
 #include "host/doctor/doctor_job.h"
 #include "host/draw/draw_job.h"
+#include "host/quality/quality_job.h"
 #include "host/reset/reset_job.h"
 #include "host/rig_edit/edit_jobs.h"
 
@@ -59,6 +60,9 @@ ExitCode runCompareVerb(const CompareJob& job, bool json);
 
 /// Prints what is here, what is missing and what helps. kFindings when a self check came out wrong.
 ExitCode runDoctorVerb(const DoctorJob& job, bool json);
+
+/// Measures made-up limbs, then prints the table, or with `json` one report object.
+ExitCode runQualityVerb(const QualityJob& job, bool json);
 
 /// Edit a rig file, then print what was done, or with `json` one report object.
 ExitCode runMirrorVerb(const MirrorJob& job, bool json);
