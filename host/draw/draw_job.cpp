@@ -258,11 +258,17 @@ DrawReport runDrawJob(const DrawJob& job) {
     flat.points = points;
 
     PaintStyle style;
+    // Text grows with the picture, within what can be read and what still leaves room.
+    style.labelHeight = flat.labelHeight =
+        std::clamp(std::min(report.width, report.height) / 84.0, 8.0, 16.0);
     style.title = std::filesystem::path(job.target).filename().string() + ", " + report.pose;
     if (!job.block.empty()) style.title += ", block " + job.block;
     style.legend = legendOf(request);
     if (request.labels != OverlayLabels::kNone)
         style.legend.push_back({shown(kLabelColour), "labels: " + job.labels});
+    // On a small picture a legend would cover what it explains.
+    if (static_cast<double>(style.legend.size()) * style.labelHeight * 1.9 > 0.4 * report.height)
+        style.legend.clear();
     flat.reserved = textBoxes(style, report.height);
     const FlatDrawing drawing = flatten(recorder.calls(), camera, depth, flat);
     report.lines = drawing.lines.size();
