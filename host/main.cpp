@@ -243,7 +243,9 @@ void addDraw(CLI::App& app, DrawJob& job, bool& json) {
                              ->check(CLI::Range(1, kMaxInt))
                              ->type_name("N");
     app.add_flag("--rest", job.rest, "draw the rest pose")->excludes(frame);
-    app.add_option("--view", job.view, "from where to look: front, side, three-quarter or AZ,EL in degrees")
+    app.add_option(
+           "--view", job.view,
+           "from where to look: front, side, back, three-quarter, three-quarter-back or AZ,EL in degrees")
         ->type_name("VIEW");
     app.add_option("--size", job.size, "size of the picture; default: 1280x960")->type_name("WIDTHxHEIGHT");
     app.add_option("--block", job.block, "draw this block only, and look at it")->type_name("NAME");

@@ -21,7 +21,7 @@ struct DrawJob {
     int frame = 0;            ///< from 1; 0: the first, or without any clip the pose as loaded
     bool rest = false;        ///< the rest pose instead of a frame
     double fps = 24.0;
-    std::string view = "three-quarter";             ///< front, side, three-quarter, or "AZ,EL" in degrees
+    std::string view = "three-quarter";             ///< a name as for viewNamed, or "AZ,EL" in degrees
     std::string size = "1280x960";                  ///< WIDTHxHEIGHT in pixels
     std::string block;                              ///< name of the one block to draw; empty: all
     std::string labels;                             ///< index, weights or params; empty: none
@@ -44,7 +44,7 @@ struct DrawReport {
     std::vector<std::string> notes;
 };
 
-/// "front", "side", "three-quarter" or "AZ,EL" in degrees, with the given upward axis. HostError kUsage.
+/// A name as for viewNamed, or "AZ,EL" in degrees, with the given upward axis. HostError kUsage.
 View parseView(const std::string& text, const Vec3d& up);
 
 /// "1280x960", 16 to 8192 each. HostError kUsage.

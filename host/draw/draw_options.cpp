@@ -20,18 +20,19 @@ bool wholeNumber(const std::string& text, Number& value) {
 } // namespace
 
 View parseView(const std::string& text, const Vec3d& up) {
-    if (text == "front") return frontView(up);
-    if (text == "side") return {90.0, 5.0, up};
-    if (text == "three-quarter") return threeQuarterView(up);
+    for (const char* name : {"front", "side", "back", "three-quarter", "three-quarter-back"})
+        if (text == name) return viewNamed(text, up);
     const std::size_t comma = text.find(',');
     View view;
     view.up = up;
     if (comma == std::string::npos || !wholeNumber(text.substr(0, comma), view.yaw) ||
         !wholeNumber(text.substr(comma + 1), view.pitch) || !std::isfinite(view.yaw) ||
         !(std::fabs(view.pitch) <= 90.0))
-        throw HostError(ExitCode::kUsage, "--view " + text +
-                                              ": front, side, three-quarter or AZ,EL in degrees expected, "
-                                              "EL from -90 to 90, as in 30,10");
+        throw HostError(
+            ExitCode::kUsage,
+            "--view " + text +
+                ": front, side, back, three-quarter, three-quarter-back or AZ,EL in degrees expected, "
+                "EL from -90 to 90, as in 30,10");
     return view;
 }
 

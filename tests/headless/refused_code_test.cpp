@@ -56,6 +56,13 @@ const Pair kPairs[] = {
     {"StatusPrintedAsConstant", "#include <iostream>\n#include <maya/MStatus.h>",
      "MStatus s; std::ostream& o = std::cout; operator<<(o, s);",
      "const MStatus s; std::ostream& o = std::cout; operator<<(o, s);"},
+    {"DrawTextWithFalseForNoSize",
+     "#include <maya/MPoint.h>\n#include <maya/MString.h>\n#include <maya/MUIDrawManager.h>",
+     "using D = MHWRender::MUIDrawManager; D* d = nullptr; d->text(MPoint(), MString(\"1\"), D::kLeft);",
+     "using D = MHWRender::MUIDrawManager; D* d = nullptr; "
+     "d->text(MPoint(), MString(\"1\"), D::kLeft, nullptr, false);"},
+    {"DrawManagerMade", "#include <maya/MUIDrawManager.h>",
+     "MHWRender::MUIDrawManager* d = nullptr; (void)d;", "MHWRender::MUIDrawManager d; (void)d;"},
     {"FunctionSetCopied", "#include <maya/MFnDependencyNode.h>", "MObject o; MFnDependencyNode a(o);",
      "MObject o; MFnDependencyNode a(o); MFnDependencyNode b(a);"},
     {"BufferFromRaw", "#include <maya/MOpenCLAutoPtr.h>",

@@ -151,10 +151,11 @@ TEST(DrawOptions, ViewsAndSizesAreRead) {
     const Vec3d up{0.0, 1.0, 0.0};
     EXPECT_EQ(parseView("front", up).yaw, 0.0);
     EXPECT_EQ(parseView("side", up).yaw, 90.0);
+    EXPECT_EQ(parseView("back", up).yaw, 180.0);
     EXPECT_EQ(parseView("-30.5,12", up).yaw, -30.5);
     EXPECT_EQ(parseView("-30.5,12", up).pitch, 12.0);
     EXPECT_EQ(parseView("0,90", up).pitch, 90.0);
-    for (const char* text : {"", "back", "30", "30,", ",5", "30,91", "nan,0", "inf,0", "1,2,3", "1, 2"})
+    for (const char* text : {"", "below", "30", "30,", ",5", "30,91", "nan,0", "inf,0", "1,2,3", "1, 2"})
         EXPECT_THROW(parseView(text, up), HostError) << text;
     int width = 0, height = 0;
     parseSize("16x8192", width, height);
