@@ -49,10 +49,12 @@ TEST_F(OutOfMemory, InTheRebuildOfTheCache) {
 }
 
 TEST_F(OutOfMemory, InTheLoopOverBlocksOnAnyThread) {
-    // The arrays are there from a first evaluation; a rebuild then asks for the samples of each block's
-    // curve, 300 of 32 bytes, and for nothing else of that size.
+    // The arrays are there from a first evaluation; a rebuild on another rest then asks for the samples of
+    // each block's curve, 300 of 32 bytes, and for nothing else of that size. The other rest is the same one
+    // in other bits: a zero with a sign.
     makeRig(4, 12, 24);
     ASSERT_EQ(evaluate(), 0);
+    hierarchy->find("j0")->restLocal.m[1] = -0.0;
     node.rebuildCache = true;
     expectRecovery(300 * 32 - 1);
 }

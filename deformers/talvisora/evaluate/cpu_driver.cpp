@@ -34,8 +34,9 @@ private:
     bool done_ = false;
 };
 
+/// `changing`: without caching, and weights, parameters or maps differ from the evaluation before.
 void deformRecord(MyNode& node, const RunSettings& settings, const Matrix44d& geoMatrix, const RigArrays& rig,
-                  DeformRecord& record) {
+                  bool changing, DeformRecord& record) {
     PointStage stage;
     stage.points = record.points.data();
     stage.pointCount = record.points.size();
@@ -57,7 +58,12 @@ void deformRecord(MyNode& node, const RunSettings& settings, const Matrix44d& ge
     stage.cvBaseMatricesInverse = rig.cvBaseMatricesInverse.data();
     stage.tweaks = node.tweaks.data();
     stage.tweakVectors = rig.tweakVectors.data();
-    deformPoints(stage, node.activePairs);
+    // What has just changed is likely to change again, and without caching the next evaluation would see it:
+    // then a list of pairs does not pay.
+    if (changing)
+        deformPointsOnce(stage, node.activePairs);
+    else
+        deformPoints(stage, node.activePairs);
 }
 
 } // namespace
@@ -100,7 +106,8 @@ int deformOnCpu(MyNode& node, const ValueMap& attributes, DeformRecord& record) 
     if (!faults.empty()) return 1;
 
     // Points that are laid out elsewhere are moved elsewhere.
-    if (!settings.soaEnabled) deformRecord(node, settings, geoMatrix, rig, record);
+    const bool changing = !settings.cacheAttributes && node.shape.changed;
+    if (!settings.soaEnabled) deformRecord(node, settings, geoMatrix, rig, changing, record);
 
     node.rebuildCache = false;
     guard.done();

@@ -1,9 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// Rebuild of the per-point cache: ranges, weights and parameters from the last block down, then tweak records
-// and weight maps.
+// Rebuild of the per-point cache: weights, parameters and ranges, then tweak records and weight maps. Without
+// caching this runs at every evaluation, mostly to find that nothing has changed; then the list of pairs
+// stays too.
 #include "evaluate/point_cache.h"
 
+#include <tbb/blocked_range.h>
+#include <tbb/parallel_for.h>
+
 #include <algorithm>
+#include <atomic>
+#include <cstring>
 #include <memory>
 
 #include "attributes.h"
@@ -13,19 +19,130 @@
 namespace talvisora {
 namespace {
 
-/// The block's envelope, dense weights and params; the ranges of its points.
-Fault cacheBlock(const ValueMap& element, int b, std::size_t pointCount, PointCache& cache) {
-    std::shared_ptr<GrFloat> weights, params, env;
-    if (Fault fault = getRequired(element, attribute::kBlockWeights, weights)) return fault;
-    if (Fault fault = getRequired(element, attribute::kParams, params)) return fault;
+bool isDense(const std::vector<std::int32_t>& indices) {
+    // No early exit: the plain loop over whole vectors is faster than one that looks for the first gap.
+    std::int32_t gaps = 0;
+    for (std::size_t k = 0; k < indices.size(); ++k) gaps |= indices[k] ^ static_cast<std::int32_t>(k);
+    return gaps == 0;
+}
+
+/// A row with the list's values, 1 where it has none.
+void setRow(const GrFloat& list, std::size_t count, float* row) {
+    std::fill(row, row + count, 1.0f);
+    densifyRow(list, count, row);
+}
+
+/// What a block brings to the per-point cache, checked.
+struct BlockLists {
+    std::shared_ptr<GrFloat> weights, params;
+    float env = 0.0f;
+    bool dense = false; ///< the weights are a whole row in order: to be copied as they stand
+};
+
+Fault readBlockLists(const ValueMap& element, int b, std::size_t pointCount, BlockLists& lists) {
+    std::shared_ptr<GrFloat> env;
+    if (Fault fault = getRequired(element, attribute::kBlockWeights, lists.weights)) return fault;
+    if (Fault fault = getRequired(element, attribute::kParams, lists.params)) return fault;
     if (Fault fault = getRequired(element, attribute::kEnv, env)) return fault;
-    if (params->values.size() != pointCount) return paramsCountDiffers(b);
-    if (pointCount == 0) return {};
-    float* row = &cache.blockWeights[pointSlot(b, pointCount, 0)];
-    densifyRow(*weights, pointCount, row);
-    std::copy(params->values.begin(), params->values.end(), &cache.params[pointSlot(b, pointCount, 0)]);
-    extendOrders(b, env->value, row, pointCount, cache.ordersStart.data(), cache.ordersEnd.data());
+    if (lists.params->values.size() != pointCount) return paramsCountDiffers(b);
+    lists.env = env->value;
     return {};
+}
+
+/// After a fault in one block the caches hold what the blocks above it brought, over their defaults.
+Fault cacheUpToFault(const std::vector<ValueMap>& blocks, std::size_t rows, std::size_t pointCount,
+                     PointCache& cache) {
+    cache.activePairs.invalidate();
+    cache.ordersStart.assign(rows, 0);
+    cache.ordersEnd.assign(rows, 0);
+    cache.blockWeights.assign(blocks.size() * rows, 1.0f);
+    cache.params.assign(blocks.size() * rows, 0.0f);
+    for (std::size_t b = blocks.size(); b-- > 0;) {
+        BlockLists lists;
+        const int block = static_cast<int>(b);
+        if (Fault fault = readBlockLists(blocks[b], block, pointCount, lists)) return fault;
+        if (pointCount == 0) continue;
+        float* row = &cache.blockWeights[pointSlot(block, pointCount, 0)];
+        setRow(*lists.weights, pointCount, row);
+        std::copy(lists.params->values.begin(), lists.params->values.end(),
+                  &cache.params[pointSlot(block, pointCount, 0)]);
+        extendOrders(block, lists.env, row, pointCount, cache.ordersStart.data(), cache.ordersEnd.data());
+    }
+    return {};
+}
+
+/// Copies what differs; whether anything did. Comparing reads less than copying writes, and whatever did not
+/// change need not be worked out again.
+bool takeOver(const float* from, std::size_t count, float* to) {
+    if (std::memcmp(from, to, count * sizeof(float)) == 0) return false;
+    std::memcpy(to, from, count * sizeof(float));
+    return true;
+}
+
+/// Points of a chunk: its ranges stay at hand while all blocks go over them.
+constexpr std::size_t kChunk = 4096;
+
+/// Brings the rows of weights and params up to the lists, and the ranges of chunks in which weights changed.
+/// With `all` every range is worked out. Returns whether anything changed.
+bool cacheRows(const std::vector<BlockLists>& blocks, std::size_t pointCount, bool all, PointCache& cache) {
+    std::atomic<bool> changed{false};
+    std::vector<float> spread;
+    for (std::size_t b = 0; b < blocks.size(); ++b) {
+        if (blocks[b].dense) continue;
+        spread.resize(pointCount);
+        setRow(*blocks[b].weights, pointCount, spread.data());
+        all |= takeOver(spread.data(), pointCount,
+                        &cache.blockWeights[pointSlot(static_cast<int>(b), pointCount, 0)]);
+    }
+    const std::size_t chunks = (pointCount + kChunk - 1) / kChunk;
+    tbb::parallel_for(
+        tbb::blocked_range<std::size_t>(0, chunks, 1), [&](const tbb::blocked_range<std::size_t>& range) {
+            for (std::size_t c = range.begin(); c != range.end(); ++c) {
+                const std::size_t first = c * kChunk, count = std::min(kChunk, pointCount - first);
+                bool weightsDiffer = all, paramsDiffer = false;
+                for (std::size_t b = 0; b < blocks.size(); ++b) {
+                    const std::size_t row = pointSlot(static_cast<int>(b), pointCount, first);
+                    if (blocks[b].dense)
+                        weightsDiffer |= takeOver(blocks[b].weights->values.data() + first, count,
+                                                  &cache.blockWeights[row]);
+                    paramsDiffer |=
+                        takeOver(blocks[b].params->values.data() + first, count, &cache.params[row]);
+                }
+                if (weightsDiffer || paramsDiffer) changed.store(true, std::memory_order_relaxed);
+                if (!weightsDiffer) continue;
+                std::fill_n(&cache.ordersStart[first], count, 0);
+                std::fill_n(&cache.ordersEnd[first], count, 0);
+                for (std::size_t b = blocks.size(); b-- > 0;)
+                    extendOrders(static_cast<int>(b), blocks[b].env,
+                                 &cache.blockWeights[pointSlot(static_cast<int>(b), pointCount, first)],
+                                 count, &cache.ordersStart[first], &cache.ordersEnd[first]);
+            }
+        });
+    return changed.load(std::memory_order_relaxed);
+}
+
+/// Whether the lists are whole rows in order.
+void findDense(std::size_t pointCount, std::vector<BlockLists>& blocks) {
+    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, blocks.size(), 1),
+                      [&](const tbb::blocked_range<std::size_t>& range) {
+                          for (std::size_t b = range.begin(); b != range.end(); ++b) {
+                              const GrFloat& list = *blocks[b].weights;
+                              blocks[b].dense = list.values.size() == pointCount &&
+                                                list.indices.size() == pointCount && isDense(list.indices);
+                          }
+                      });
+}
+
+/// The weight maps; whether any changed.
+bool cacheMaps(const NodeAttributes& values, std::size_t pointCount, PointCache& cache) {
+    bool changed = false;
+    std::vector<float> spread(pointCount);
+    cache.weightMaps.resize(kWeightMapCount * pointCount);
+    for (int m = 0; m < kWeightMapCount && pointCount > 0; ++m) {
+        setRow(*values.weightMaps[m], pointCount, spread.data());
+        changed |= takeOver(spread.data(), pointCount, &cache.weightMaps[mapSlot(m, pointCount, 0)]);
+    }
+    return changed;
 }
 
 Fault readTweak(const ValueMap& element, Tweak& tweak) {
@@ -60,13 +177,6 @@ Fault cacheTweaks(const ValueMap& element, int b, std::vector<Tweak>& tweaks) {
     return {};
 }
 
-bool isDense(const std::vector<std::int32_t>& indices) {
-    // No early exit: the plain loop over whole vectors is faster than one that looks for the first gap.
-    std::int32_t gaps = 0;
-    for (std::size_t k = 0; k < indices.size(); ++k) gaps |= indices[k] ^ static_cast<std::int32_t>(k);
-    return gaps == 0;
-}
-
 /// Whether the first block to be visited already says that the count is wrong, and nothing else backs it.
 bool countIsHollow(const GrCompound& blocks, std::size_t pointCount, std::size_t recordPoints) {
     if (pointCount <= recordPoints) return false;
@@ -81,8 +191,11 @@ void extendOrders(int b, float env, const float* weights, std::size_t pointCount
                   std::int32_t* ordersEnd) {
     const bool covers = env > kFullEnvelope;
     for (std::size_t i = 0; i < pointCount; ++i) {
-        if (weights[i] > kTouchingWeight && ordersEnd[i] == 0) ordersEnd[i] = b + 1;
-        if (covers && weights[i] > kCoveringWeight && ordersStart[i] < b) ordersStart[i] = b;
+        // Selections, not branches, so that several points go at once.
+        const bool ends = (weights[i] > kTouchingWeight) & (ordersEnd[i] == 0);
+        const bool starts = covers & (weights[i] > kCoveringWeight) & (ordersStart[i] < b);
+        ordersEnd[i] = ends ? b + 1 : ordersEnd[i];
+        ordersStart[i] = starts ? b : ordersStart[i];
     }
 }
 
@@ -102,29 +215,43 @@ Fault rebuildPointCache(const NodeAttributes& values, std::size_t pointCount, st
                         PointCache cache) {
     const std::vector<ValueMap>& blocks = values.blocks->values;
     const std::size_t blockCount = blocks.size();
-    cache.shape.valid = false;
-    cache.activePairs.invalidate();
-
     // A shared count of billions that no list backs ends in a message anyway; do not fill memory for it
     // first.
     const std::size_t rows = countIsHollow(*values.blocks, pointCount, recordPoints) ? 0 : pointCount;
-    cache.ordersStart.assign(rows, 0);
-    cache.ordersEnd.assign(rows, 0);
-    cache.blockWeights.assign(blockCount * rows, 1.0f);
-    cache.params.assign(blockCount * rows, 0.0f);
-    cache.tweaks.assign(blockCount * MAX_CV_MATRICES, Tweak{});
+    CacheShape& shape = cache.shape;
+    bool all = !shape.valid || shape.pointCount != pointCount ||
+               shape.blockCount != static_cast<std::int32_t>(blockCount) || shape.covers.size() != blockCount;
+    shape.valid = false;
 
+    std::vector<BlockLists> lists(blockCount);
     for (std::size_t b = blockCount; b-- > 0;)
-        if (Fault fault = cacheBlock(blocks[b], static_cast<int>(b), pointCount, cache)) return fault;
+        if (Fault fault = readBlockLists(blocks[b], static_cast<int>(b), pointCount, lists[b]))
+            return cacheUpToFault(blocks, rows, pointCount, cache);
+    findDense(pointCount, lists);
+    shape.covers.resize(blockCount);
+    for (std::size_t b = 0; b < blockCount; ++b) {
+        const unsigned char covers = lists[b].env > kFullEnvelope;
+        all = all || shape.covers[b] != covers;
+        shape.covers[b] = covers;
+    }
+    cache.ordersStart.resize(rows);
+    cache.ordersEnd.resize(rows);
+    cache.blockWeights.resize(blockCount * rows);
+    cache.params.resize(blockCount * rows);
+    shape.changed = cacheRows(lists, pointCount, all, cache) || all;
+    if (shape.changed) cache.activePairs.invalidate();
+
+    cache.tweaks.assign(blockCount * MAX_CV_MATRICES, Tweak{});
     for (std::size_t b = 0; b < blockCount; ++b)
         if (Fault fault = cacheTweaks(blocks[b], static_cast<int>(b), cache.tweaks)) return fault;
+    if (cacheMaps(values, pointCount, cache)) {
+        shape.changed = true;
+        cache.activePairs.invalidate();
+    }
 
-    cache.weightMaps.assign(kWeightMapCount * pointCount, 1.0f);
-    if (pointCount > 0)
-        for (int m = 0; m < kWeightMapCount; ++m)
-            densifyRow(*values.weightMaps[m], pointCount, &cache.weightMaps[mapSlot(m, pointCount, 0)]);
-
-    cache.shape = {pointCount, static_cast<std::int32_t>(blockCount), true};
+    shape.pointCount = pointCount;
+    shape.blockCount = static_cast<std::int32_t>(blockCount);
+    shape.valid = true;
     return {};
 }
 

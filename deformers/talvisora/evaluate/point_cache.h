@@ -32,8 +32,9 @@ void densifyRow(const GrFloat& list, std::size_t count, float* row);
 /// Whether the cache was last rebuilt, completely, for that many points and for the node's block count.
 bool cacheFits(const MyNode& node, std::size_t pointCount);
 
-/// Rebuilds everything for N = pointCount. `recordPoints` is the length of the record's own list: a count
-/// beyond it that no params back is not allocated for. With a fault or an exception the shape stays invalid.
+/// Rebuilds everything for N = pointCount. The list of active pairs is invalidated unless everything that it
+/// was made of is found unchanged. `recordPoints` is the length of the record's own list: a count beyond it
+/// that no params back is not allocated for. With a fault or an exception the shape stays invalid.
 Fault rebuildPointCache(const NodeAttributes& values, std::size_t pointCount, std::size_t recordPoints,
                         PointCache cache);
 

@@ -10,7 +10,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
+#include <cstring>
 
 #include "kernels/deform_points.h"
 
@@ -31,7 +31,14 @@ std::size_t tilePointsFor(const PointStage& stage) {
 /// Whether block b can move a point with this block weight, whatever env and envelope turn out to be. Only
 /// zero and what is not a number never can.
 bool canAct(float blockWeight) {
-    return blockWeight > 0.0f || blockWeight < 0.0f;
+    return (blockWeight > 0.0f) | (blockWeight < 0.0f);
+}
+
+/// Eight floats that are all 0 or -0.
+bool allZero(const float* values) {
+    std::uint64_t pairs[4];
+    std::memcpy(pairs, values, sizeof pairs);
+    return ((pairs[0] | pairs[1] | pairs[2] | pairs[3]) & 0x7fffffff7fffffffull) == 0;
 }
 
 /// Where one tile's part of the flat lists begins; null while the tile is only counted.
@@ -57,15 +64,25 @@ public:
     }
 
     void walk(const TileLists* lists) {
-        std::int32_t firstBlock = stage_.blockCount, endBlock = 0;
-        for (int i = 0; i < count_; ++i) {
-            const std::int32_t start = stage_.ordersStart[first_ + i], end = stage_.ordersEnd[first_ + i];
-            if (start >= end) continue;
-            firstBlock = std::min(firstBlock, start);
-            endBlock = std::max(endBlock, end);
-        }
-        endBlock = std::min<std::int32_t>(endBlock, stage_.blockCount);
-        for (std::int32_t b = std::max<std::int32_t>(firstBlock, 0); b < endBlock; ++b) walkBlock(b, lists);
+        forBlocks([&](std::int32_t b) {
+            const float* weights = collect(b);
+            if (acting_) addBlock(b, weights, lists);
+        });
+    }
+
+    /// One block after the other into the same short lists, whose pairs `use(lists)` takes at once.
+    template <class Use>
+    void walkUnlisted(const TileLists& lists, const Use& use) {
+        // Every point counts as moved before: all of them are kept, under their own numbers.
+        for (int i = 0; i < count_; ++i) keptOf_[i] = static_cast<std::uint16_t>(i);
+        forBlocks([&](std::int32_t b) {
+            const float* weights = collect(b);
+            if (!acting_) return;
+            runCount = keptCount = 0;
+            pairCount = laterCount = 0;
+            addBlock(b, weights, &lists);
+            use();
+        });
     }
 
     std::int32_t runCount = 0;
@@ -77,27 +94,49 @@ private:
     static constexpr std::uint16_t kUnseen = 0xffff; ///< no block has named the point yet
     static constexpr std::uint16_t kOnce = 0xfffe;   ///< one has
 
-    void walkBlock(std::int32_t b, const TileLists* lists) {
+    /// The blocks that can matter to any point of the tile, ascending.
+    template <class Visit>
+    void forBlocks(const Visit& visit) {
+        std::int32_t firstBlock = stage_.blockCount, endBlock = 0;
+        for (int i = 0; i < count_; ++i) {
+            const std::int32_t start = stage_.ordersStart[first_ + i], end = stage_.ordersEnd[first_ + i];
+            const bool none = start >= end;
+            firstBlock = std::min(firstBlock, none ? firstBlock : start);
+            endBlock = std::max(endBlock, none ? endBlock : end);
+        }
+        endBlock = std::min<std::int32_t>(endBlock, stage_.blockCount);
+        for (std::int32_t b = std::max<std::int32_t>(firstBlock, 0); b < endBlock; ++b) visit(b);
+    }
+
+    /// points_ and params_ become those of the points that block b can move; the block's weights in the tile.
+    const float* collect(std::int32_t b) {
         const std::size_t rowStart = pointSlot(b, stage_.pointCount, first_);
         const float* weights = stage_.blockWeights + rowStart;
-        int acting = 0;
-        for (int i = 0; i < count_; ++i) {
-            const bool inRange = b >= stage_.ordersStart[first_ + i] && b < stage_.ordersEnd[first_ + i];
-            if (inRange && canAct(weights[i])) {
-                points_[acting] = static_cast<std::uint16_t>(i);
-                params_[acting++] = stage_.params[rowStart + i];
+        const float* params = stage_.params + rowStart;
+        const std::int32_t *start = stage_.ordersStart + first_, *end = stage_.ordersEnd + first_;
+        // Most points are not the block's: eight weights at a time are zero.
+        acting_ = 0;
+        for (int i = 0; i < count_; i += 8) {
+            const int few = std::min(8, count_ - i);
+            if (few == 8 && allZero(weights + i)) continue;
+            for (int k = i; k < i + few; ++k) {
+                points_[acting_] = static_cast<std::uint16_t>(k);
+                acting_ += canAct(weights[k]) & (b >= start[k]) & (b < end[k]);
             }
         }
-        if (!acting) return;
+        for (int k = 0; k < acting_; ++k) params_[k] = params[points_[k]];
+        return weights;
+    }
 
+    void addBlock(std::int32_t b, const float* weights, const TileLists* lists) {
         const int knots = controlPointCount(stage_.blocks[b]) + 4;
-        variant_.spanBasis(stage_.knots + knotSlot(b, 0), static_cast<unsigned>(knots), params_, acting,
+        variant_.spanBasis(stage_.knots + knotSlot(b, 0), static_cast<unsigned>(knots), params_, acting_,
                            spans_, basis_);
-        sortBySpan(acting);
-        for (int k = 0; k < acting;) {
+        sortBySpan(acting_);
+        for (int k = 0; k < acting_;) {
             const std::int32_t span = spans_[order_[k]];
             int end = k;
-            while (end < acting && spans_[order_[end]] == span) ++end;
+            while (end < acting_ && spans_[order_[end]] == span) ++end;
             addRun(b, span, k, end, true, weights, lists);
             addRun(b, span, k, end, false, weights, lists);
             k = end;
@@ -173,7 +212,8 @@ private:
     int count_;
     std::uint16_t keptOf_[kMostTilePoints]; ///< kUnseen, kOnce, or the point's place among the kept ones
     // The pairs of the block at hand.
-    std::uint16_t points_[kMostTilePoints];
+    int acting_ = 0;
+    std::uint16_t points_[kMostTilePoints + 1]; ///< the last one is written past a full list, never read
     float params_[kMostTilePoints];
     std::int32_t spans_[kMostTilePoints];
     float basis_[4 * kMostTilePoints];
@@ -181,6 +221,10 @@ private:
     std::uint16_t order_[kMostTilePoints];
     std::uint16_t members_[kMostTilePoints]; ///< of the run at hand
 };
+
+bool anyTweaks(const BlockTable* tables, int blockCount) {
+    return std::any_of(tables, tables + blockCount, [](const BlockTable& t) { return t.jointCount > 0; });
+}
 
 /// Whether all weight maps are 1 everywhere, as they are unless somebody painted one.
 bool mapsAreOne(const PointStage& stage) {
@@ -260,6 +304,37 @@ void ActivePairs::fillTile(const PointStage& stage, const VariantTable& variant,
                           keptPoints_.data() + tile.firstKept,
                           laterKept_.data() + tile.firstLater};
     TileWalk(stage, variant, t * tilePoints_, tilePoints_).walk(&lists);
+}
+
+void ActivePairs::deformUnlisted(const PointStage& stage, const VariantTable& variant, const TileJob& common,
+                                 std::size_t tile) {
+    constexpr std::size_t kPoints = kUnlistedTilePoints;
+    const std::size_t first = tile * kPoints;
+    double incoming[3 * kPoints];
+    PairRun runs[MAX_CV_MATRICES];
+    std::uint16_t pairPoints[kPoints], laterKept[kPoints];
+    float pairWeights[kPoints], pairBasis[4 * kPoints], pairMaps[kWeightMapCount * kPoints];
+    std::memcpy(incoming, &stage.points[first].x,
+                3 * sizeof(double) * std::min(kPoints, stage.pointCount - first));
+
+    TileJob job = common;
+    for (int i = 0; i < job.pointWeightCount && job.gate == kGateUnknown; ++i)
+        if (!(job.pointWeights[i] >= 1e-5f)) job.gate = kGateShut;
+    if (job.gate == kGateUnknown) job.gate = kGateOpen;
+    job.incoming = incoming;
+    job.runs = runs;
+    job.pairPoints = pairPoints;
+    job.pairWeights = pairWeights;
+    job.pairBasis = pairBasis;
+    job.laterKept = laterKept;
+    TileLists lists{runs, pairPoints, pairWeights, pairBasis, pairMaps, nullptr, laterKept};
+    if (!anyTweaks(common.tables, stage.blockCount)) lists.pairMaps = nullptr; // nobody reads the maps
+    job.pairMaps = lists.pairMaps;
+    TileWalk walk(stage, variant, first, kPoints);
+    walk.walkUnlisted(lists, [&] {
+        job.runCount = walk.runCount;
+        variant.deformTile(job);
+    });
 }
 
 void ActivePairs::fillJob(std::size_t t, TileJob& job) const {

@@ -47,6 +47,12 @@ public:
     /// Room for the block tables of one evaluation, kept so that evaluations need not allocate.
     std::vector<BlockTable> tables;
 
+    /// Goes through tile `tile` of a list that is not kept: hands one block's pairs after the other to the
+    /// variant, ascending. `common` is what all tiles share. Same results as with a kept list.
+    static void deformUnlisted(const PointStage& stage, const VariantTable& variant, const TileJob& common,
+                               std::size_t tile);
+    static constexpr std::size_t kUnlistedTilePoints = 2048;
+
 private:
     bool fits(const PointStage& stage) const;
     void fillTile(const PointStage& stage, const VariantTable& variant, std::size_t tile);

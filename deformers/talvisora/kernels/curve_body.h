@@ -2,7 +2,8 @@
 // The curve functions as every variant has them: Cox-de Boor in the form of Piegl and Tiller, with the widths
 // that make the CPU's numbers: differences of knots and parameter in single precision, quotients in double
 // rounded to single, sums in double, basis values stored in single. To be included inside the variant's
-// namespace. Twin: curve.cl, in single precision throughout; it finds the same span by halving.
+// namespace, after its lanes. Twin: curve.cl, in single precision throughout; it finds the same span by
+// halving.
 
 static unsigned findSpan(const float* knots, unsigned knotCount, unsigned power, float u) {
     const unsigned spanCount = knotCount - power - 1;
@@ -46,11 +47,71 @@ static void evaluateCurve(const double* controlPoints, const float* knots, unsig
     point[2] = z;
 }
 
+/// findSpan for a cubic curve by a guess that is right on clamped uniform knots, then corrected: knots that
+/// do not decrease make the answer the scan's.
+TALVISORA_LANES unsigned guessSpan(const float* knots, unsigned spanCount, float u) {
+    if (spanCount <= 4) return 3;  // the only span of four control points, and what the scan makes of fewer
+    unsigned span = spanCount - 1; // where what is not a number ends up
+    if (u <= 1.0f) span = u > 0.0f ? 3 + (unsigned)(u * (float)(spanCount - 3)) : 3;
+    if (span > spanCount - 1) span = spanCount - 1;
+    while (span > 3 && knots[span] > u) --span;
+    while (span + 1 < spanCount && !(knots[span + 1] > u)) ++span;
+    return span;
+}
+
+/// One value of the triangle: the quotient in single precision.
+TALVISORA_LANES Lanes quotient(Lanes basis, Lanes right, Lanes left) {
+    return roundToFloat(div(basis, add(right, left)));
+}
+
+/// basisFunction for degree 3 in lanes, each lane on a span of its own.
 static void spanBasis(const float* knots, unsigned knotCount, const float* params, int32_t count,
                       int32_t* spans, float* basis) {
-    for (int32_t k = 0; k < count; ++k) {
-        const unsigned span = findSpan(knots, knotCount, 3, params[k]);
-        spans[k] = (int32_t)span;
-        basisFunction(knots, 3, span, params[k], basis + 4 * k);
+    const unsigned spanCount = knotCount - 4;
+    const Lanes zero = broadcast(0.0);
+    for (int32_t first = 0; first < count; first += kLanes) {
+        float u[kLanes], around[6][kLanes], rows[4][kLanes];
+        const int32_t inGroup = count - first < kLanes ? count - first : kLanes;
+        for (int32_t k = 0; k < kLanes; ++k) {
+            u[k] = params[first + (k < inGroup ? k : inGroup - 1)];
+            const unsigned span = guessSpan(knots, spanCount, u[k]);
+            for (unsigned a = 0; a < 6; ++a) around[a][k] = knots[span - 2 + a];
+            if (k < inGroup) spans[first + k] = (int32_t)span;
+        }
+        const FloatLanes at = loadFloatLanes(u);
+        const Lanes left3 = widen(subFloats(at, loadFloatLanes(around[0])));
+        const Lanes left2 = widen(subFloats(at, loadFloatLanes(around[1])));
+        const Lanes left1 = widen(subFloats(at, loadFloatLanes(around[2])));
+        const Lanes right1 = widen(subFloats(loadFloatLanes(around[3]), at));
+        const Lanes right2 = widen(subFloats(loadFloatLanes(around[4]), at));
+        const Lanes right3 = widen(subFloats(loadFloatLanes(around[5]), at));
+
+        Lanes t = quotient(broadcast(1.0), right1, left1);
+        Lanes n0 = roundToFloat(add(zero, mul(right1, t)));
+        Lanes n1 = roundToFloat(mul(left1, t));
+
+        t = quotient(n0, right1, left2);
+        n0 = roundToFloat(add(zero, mul(right1, t)));
+        Lanes saved = mul(left2, t);
+        t = quotient(n1, right2, left1);
+        n1 = roundToFloat(add(saved, mul(right2, t)));
+        Lanes n2 = roundToFloat(mul(left1, t));
+
+        t = quotient(n0, right1, left3);
+        n0 = add(zero, mul(right1, t));
+        saved = mul(left3, t);
+        t = quotient(n1, right2, left2);
+        n1 = add(saved, mul(right2, t));
+        saved = mul(left2, t);
+        t = quotient(n2, right3, left1);
+        n2 = add(saved, mul(right3, t));
+        const Lanes n3 = mul(left1, t);
+
+        storeFloatLanes(rows[0], narrow(n0));
+        storeFloatLanes(rows[1], narrow(n1));
+        storeFloatLanes(rows[2], narrow(n2));
+        storeFloatLanes(rows[3], narrow(n3));
+        for (int32_t k = 0; k < inGroup; ++k)
+            for (int r = 0; r < 4; ++r) basis[4 * (first + k) + r] = rows[r][k];
     }
 }

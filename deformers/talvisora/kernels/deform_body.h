@@ -270,13 +270,15 @@ static void moveRun(const TileJob& job, const PairRun& run, const RunPlan& plan,
 }
 
 static void deformTile(const TileJob& job) {
-    bool gated = false;
-    for (int i = 0; i < job.pointWeightCount; ++i) gated |= !(job.pointWeights[i] >= 1e-5f);
+    bool gated = job.gate == kGateShut;
+    if (job.gate == kGateUnknown)
+        for (int i = 0; i < job.pointWeightCount; ++i) gated |= !(job.pointWeights[i] >= 1e-5f);
     double kept[3 * kMostTilePoints];
     for (int k = 0; k < job.keptCount; ++k) {
         const double* from = job.points + 3 * (size_t)job.keptPoints[k];
         for (int a = 0; a < 3; ++a) kept[3 * k + a] = from[a];
     }
+    const double* incoming = job.incoming ? job.incoming : kept;
     Ahead ahead = {(const char*)job.nextPoints, (const char*)(job.nextPoints + 3 * (size_t)job.nextCount)};
     for (int r = 0; r < job.runCount; ++r) {
         const PairRun& run = job.runs[r];
@@ -286,6 +288,6 @@ static void deformTile(const TileJob& job) {
         if (certain && !(weight >= 1e-5f)) continue;
         const RunPlan plan = {&table, table.carriers + (run.span - 3), run.span,
                               job.folded && table.spanJoints[run.span] == 0, certain && weight == 1.0f};
-        moveRun<DeformGroup>(job, run, plan, kept, gated, ahead);
+        moveRun<DeformGroup>(job, run, plan, incoming, gated, ahead);
     }
 }

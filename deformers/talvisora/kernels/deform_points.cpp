@@ -25,6 +25,16 @@ void buildTables(const PointStage& stage, const ObjectFrame& frame, std::vector<
     }
 }
 
+template <class Body>
+void forTiles(std::size_t count, const Body& body) {
+    tbb::parallel_for(
+        tbb::blocked_range<std::size_t>(0, count, 1),
+        [&](const tbb::blocked_range<std::size_t>& range) {
+            for (std::size_t t = range.begin(); t != range.end(); ++t) body(t);
+        },
+        tbb::auto_partitioner());
+}
+
 /// What all tiles share.
 TileJob commonJob(const PointStage& stage, const ObjectFrame& frame, const ActivePairs& pairs) {
     TileJob job{};
@@ -39,14 +49,21 @@ TileJob commonJob(const PointStage& stage, const ObjectFrame& frame, const Activ
     return job;
 }
 
-/// The job of one tile: views into the stage and the list.
-TileJob makeJob(const PointStage& stage, const TileJob& common, const ActivePairs& pairs, std::size_t t) {
-    const std::size_t size = pairs.tilePoints(), first = t * size;
+/// The points of tile t and their weights.
+TileJob placedJob(const PointStage& stage, const TileJob& common, std::size_t size, std::size_t t) {
+    const std::size_t first = t * size;
     const std::size_t weightsLeft = stage.pointWeightCount > first ? stage.pointWeightCount - first : 0;
     TileJob job = common;
     job.points = &stage.points[first].x;
     job.pointWeights = weightsLeft ? stage.pointWeights + first : nullptr;
     job.pointWeightCount = static_cast<std::int32_t>(std::min({weightsLeft, size, stage.pointCount - first}));
+    return job;
+}
+
+/// The job of one tile: views into the stage and the list.
+TileJob makeJob(const PointStage& stage, const TileJob& common, const ActivePairs& pairs, std::size_t t) {
+    const std::size_t size = pairs.tilePoints(), first = t * size;
+    TileJob job = placedJob(stage, common, size, t);
     pairs.fillJob(t, job);
     if (stage.pointCount - first > size) {
         job.nextPoints = job.points + 3 * size;
@@ -54,7 +71,6 @@ TileJob makeJob(const PointStage& stage, const TileJob& common, const ActivePair
     }
     return job;
 }
-
 } // namespace
 
 void deformPoints(const PointStage& stage, ActivePairs& pairs, const VariantTable& variant) {
@@ -64,17 +80,26 @@ void deformPoints(const PointStage& stage, ActivePairs& pairs, const VariantTabl
     makeObjectFrame(*stage.geoMatrix, *stage.geoMatrixInverse, frame);
     buildTables(stage, frame, pairs.tables);
     const TileJob common = commonJob(stage, frame, pairs);
-    tbb::parallel_for(
-        tbb::blocked_range<std::size_t>(0, pairs.tiles().size(), 1),
-        [&](const tbb::blocked_range<std::size_t>& range) {
-            for (std::size_t t = range.begin(); t != range.end(); ++t)
-                if (pairs.tiles()[t].runCount > 0) variant.deformTile(makeJob(stage, common, pairs, t));
-        },
-        tbb::auto_partitioner());
+    forTiles(pairs.tiles().size(), [&](std::size_t t) {
+        if (pairs.tiles()[t].runCount > 0) variant.deformTile(makeJob(stage, common, pairs, t));
+    });
 }
 
 void deformPoints(const PointStage& stage, ActivePairs& pairs) {
     deformPoints(stage, pairs, activeTable());
+}
+
+void deformPointsOnce(const PointStage& stage, ActivePairs& room) {
+    if (stage.pointCount == 0 || stage.blockCount <= 0) return;
+    const VariantTable& variant = activeTable();
+    ObjectFrame frame;
+    makeObjectFrame(*stage.geoMatrix, *stage.geoMatrixInverse, frame);
+    buildTables(stage, frame, room.tables);
+    const TileJob common = commonJob(stage, frame, room);
+    constexpr std::size_t size = ActivePairs::kUnlistedTilePoints;
+    forTiles((stage.pointCount + size - 1) / size, [&](std::size_t t) {
+        ActivePairs::deformUnlisted(stage, variant, placedJob(stage, common, size, t), t);
+    });
 }
 
 } // namespace talvisora

@@ -49,4 +49,8 @@ void deformPoints(const PointStage& stage, ActivePairs& pairs);
 /// The same with a given variant, which this machine must be able to run.
 void deformPoints(const PointStage& stage, ActivePairs& pairs, const VariantTable& variant);
 
+/// The same to the bit for a cache that will not be used again: who acts on whom is found tile by tile and
+/// forgotten. `room` lends its memory only.
+void deformPointsOnce(const PointStage& stage, ActivePairs& room);
+
 } // namespace talvisora

@@ -69,6 +69,12 @@ TALVISORA_LANES Lanes widen(FloatLanes a) {
 TALVISORA_LANES FloatLanes mulFloats(FloatLanes a, FloatLanes b) {
     return _mm256_mul_ps(a, b);
 }
+TALVISORA_LANES FloatLanes subFloats(FloatLanes a, FloatLanes b) {
+    return _mm256_sub_ps(a, b);
+}
+TALVISORA_LANES void storeFloatLanes(float* p, FloatLanes a) {
+    _mm256_storeu_ps(p, a);
+}
 TALVISORA_LANES FloatLanes broadcastFloat(float a) {
     return _mm256_set1_ps(a);
 }

@@ -76,6 +76,12 @@ TALVISORA_LANES Lanes widen(FloatLanes a) {
 TALVISORA_LANES FloatLanes mulFloats(FloatLanes a, FloatLanes b) {
     return _mm_mul_ps(a, b);
 }
+TALVISORA_LANES FloatLanes subFloats(FloatLanes a, FloatLanes b) {
+    return _mm_sub_ps(a, b);
+}
+TALVISORA_LANES void storeFloatLanes(float* p, FloatLanes a) {
+    _mm_storel_pi((__m64*)p, a);
+}
 TALVISORA_LANES FloatLanes broadcastFloat(float a) {
     return _mm_set1_ps(a);
 }

@@ -26,12 +26,16 @@ struct PairRun {
     uint8_t unit; ///< every block weight of the run is exactly 1
 };
 
+/// What is known of a tile's point weights: all let their points move, or some do not.
+enum TileGate : int32_t { kGateUnknown = 0, kGateOpen = 1, kGateShut = 2 };
+
 /// One tile of the point stage. Values that belong to pairs come in groups of kPairGroup: group g of a run
 /// begins at row count · (firstPair + kPairGroup · g), its rows are as long as the group has pairs.
 struct TileJob {
     double* points;            ///< the tile's points, x y z each, object space, deformed in place
     const float* pointWeights; ///< the tile's, or null: all of them 1
     int32_t pointWeightCount;  ///< further points have weight 1
+    TileGate gate;
     float envelope;
     const double* geoMatrix;        ///< sixteen doubles
     const double* geoMatrixInverse; ///< sixteen doubles
@@ -46,9 +50,10 @@ struct TileJob {
     const float* pairWeights;   ///< block weights
     const float* pairBasis;     ///< four rows of basis values per group
     const float* pairMaps;      ///< six rows of weight-map values per group, or null: all of them 1
+    const double* incoming; ///< triples of all points as they came in; null: those of keptPoints are copied
     const uint16_t* keptPoints; ///< points that a later run moves again from where they came in
     int32_t keptCount;
-    const uint16_t* laterKept; ///< of the pairs of later runs: place in keptPoints
+    const uint16_t* laterKept; ///< of the pairs of later runs: place in keptPoints, or in `incoming`
     const double* nextPoints;  ///< points that are likely to be wanted next, triples
     int32_t nextCount;
 };

@@ -3,6 +3,7 @@
 #include "rig/block_setup.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 #include "attributes.h"
@@ -32,6 +33,14 @@ Fault readBlockInfo(const BlockSetup& setup, std::size_t joints, BlockInfo& info
     return info.numMatrices > limit ? tooManyJoints(setup.lines) : Fault{};
 }
 
+/// Whether finding the parameters anew would give those that are there.
+bool parametersHold(const BlockScratch& scratch, bool simple, const KeptBlock& kept, std::int32_t count) {
+    const std::vector<float>& last = scratch.matrices.parameters;
+    return scratch.parametersOfRest && scratch.matrices.restKept && scratch.matrices.simple == simple &&
+           kept.signature == count && last.size() == static_cast<std::size_t>(count) &&
+           std::memcmp(last.data(), kept.parameters, last.size() * sizeof(float)) == 0;
+}
+
 } // namespace
 
 std::vector<Fault> setUpBlock(const BlockSetup& setup, KeptBlock kept, RigArrays& arrays) {
@@ -47,7 +56,8 @@ std::vector<Fault> setUpBlock(const BlockSetup& setup, KeptBlock kept, RigArrays
     if (joints->values.size() < 2) return {tooFewJoints(setup.lines, b)};
     if (Fault fault = readJointChain(joints->values, setup.hierarchy, setup.lines, chain))
         return {std::move(fault)};
-    if (!chain.restKept) arrays.scratch[block].matrices.restKept = false;
+    BlockScratch& scratch = arrays.scratch[block];
+    if (!chain.restKept) scratch.matrices.restKept = scratch.parametersOfRest = false;
     aimJoints(chain);
     if (Fault fault = readBlockInfo(setup, joints->values.size(), info)) return {std::move(fault)};
     buildJointFrames(chain);
@@ -68,13 +78,17 @@ std::vector<Fault> setUpBlock(const BlockSetup& setup, KeptBlock kept, RigArrays
     }
 
     const std::int32_t count = controlPointCount(info);
-    if (setup.freshParameters || kept.signature != count) {
+    const bool found = parametersHold(scratch, simple, kept, count);
+    if (!found && (setup.freshParameters || kept.signature != count)) {
         findControlPointParameters(kept.restCurve, kept.parameters);
         kept.signature = count;
+        scratch.parametersOfRest = true;
+    } else if (!found) {
+        scratch.parametersOfRest = false;
     }
     buildControlMatrices(
         {chain, current, kept.restCurve, kept.parameters, simple, setup.factors, setup.carryTangents},
-        arrays.scratch[block].matrices, &arrays.cvMatrices[slot(b, 0)], &arrays.cvBaseMatrices[slot(b, 0)],
+        scratch.matrices, &arrays.cvMatrices[slot(b, 0)], &arrays.cvBaseMatrices[slot(b, 0)],
         &arrays.cvBaseMatricesInverse[slot(b, 0)]);
     return {};
 }

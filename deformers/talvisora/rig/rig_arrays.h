@@ -20,6 +20,8 @@ namespace talvisora {
 struct BlockScratch {
     JointChain chain;
     ControlMatrixScratch matrices;
+    bool parametersOfRest =
+        false; ///< the parameters that `matrices` remembers were found on the rest at hand
 };
 
 /// World space. Slots past a block's own counts hold whatever was there before.
