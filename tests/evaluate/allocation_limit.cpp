@@ -13,8 +13,10 @@ namespace {
 constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
 std::atomic<std::size_t> largestAllowed{kNoLimit};
 std::atomic<int> refusedCount{0};
+std::atomic<std::size_t> requests{0};
 
 void* allocate(std::size_t size) noexcept {
+    requests.fetch_add(1, std::memory_order_relaxed);
     if (size > largestAllowed.load(std::memory_order_relaxed)) {
         ++refusedCount;
         return nullptr;
@@ -49,6 +51,9 @@ SmallMemory::SmallMemory(std::size_t largest) {
 }
 SmallMemory::~SmallMemory() {
     largestAllowed = kNoLimit;
+}
+std::size_t allocationCount() {
+    return requests.load();
 }
 int SmallMemory::refused() {
     return refusedCount.load();

@@ -18,4 +18,7 @@ public:
     static int refused();
 };
 
+/// Requests to this program's operator new so far, on all threads.
+std::size_t allocationCount();
+
 } // namespace talvisora::fixtures
