@@ -3,11 +3,10 @@
 #include "bench/sweep.h"
 
 #include <tbb/blocked_range.h>
-#include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
 
 #include <cstdio>
-#include <memory>
 #include <thread>
 
 #include "bench/rounds.h"
@@ -59,12 +58,11 @@ void fill(Rounds& rounds, Scene& scene, bool oneThread) {
 
 void measure(const SweepOptions& options, Scene& scene, const LimbOptions& limb, bool oneThread,
              const char*& comma) {
-    std::unique_ptr<tbb::global_control> limit;
-    if (oneThread)
-        limit = std::make_unique<tbb::global_control>(tbb::global_control::max_allowed_parallelism, 1);
     Rounds rounds;
     fill(rounds, scene, oneThread);
-    rounds.run(options.rounds);
+    // An arena of its own: the process's one keeps the size that it had when it was first used.
+    tbb::task_arena arena(oneThread ? 1 : tbb::task_arena::automatic);
+    arena.execute([&] { rounds.run(options.rounds); });
     const std::size_t blend = 3, bytes = 4;
     for (std::size_t c = 0; c < rounds.candidates().size(); ++c) {
         const Candidate& candidate = rounds.candidates()[c];
