@@ -121,8 +121,10 @@ void addDeform(CLI::App& app, DeformJob& job, std::string& params, int& tangentT
         ->type_name("LIST");
     app.add_option("-o,--output", job.outputs, "output, by extension: .pc2, .obj (one per frame), .glb")
         ->type_name("FILE");
-    app.add_option("--picture", job.picture, "picture of chosen frames")->type_name("FILE.png");
-    app.add_option("--picture-frames", job.pictureFrames, "frames of the picture; default: four of them")
+    app.add_option("--picture", job.picture, "picture of chosen frames; as .webp it moves")
+        ->type_name("FILE.png|FILE.webp");
+    app.add_option("--picture-frames", job.pictureFrames,
+                   "frames of the picture; default: four of them, all when it moves")
         ->type_name("LIST");
     app.add_option("--view", job.view,
                    "from where to look: front, side, back, three-quarter or three-quarter-back");

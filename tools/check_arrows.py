@@ -35,13 +35,14 @@ ARROWS = {
     "headless/clew": {"std", "opencl", "headless/headless_api.h"},
     "headless": {"std", "maya", "clew", "headless/maya", "headless/clew", "opencl"},
     "host": {"std", "tbb", "maya", "clew", "include/maths", "include", "headless/scene",
-             "headless/opencl", "kernels/cpu_features.h", "kernels/dispatch.h", "nlohmann", "cli", "assimp", "gltf", "stb"},
+             "headless/opencl", "kernels/cpu_features.h", "kernels/dispatch.h", "nlohmann", "cli", "assimp", "gltf", "stb",
+             "webp"},
 }
 INSIDE = {"include/maths", "include", "kernels", "variants", "shared with variants", "node", "rig", "evaluate",
           "commands", "draw", "overlay", "front door", "headless", "headless/maya", "headless/clew", "host"}
 for _room in ("tests", "bench"):
     ARROWS[_room] = INSIDE | {"std", "tbb", "maya", "clew", "opencl", "nlohmann", "assimp", "gltf", "stb",
-                              "gtest", "rapidcheck", "benchmark", "hermetic"}
+                              "webp", "gtest", "rapidcheck", "benchmark", "hermetic"}
 ARROWS["bench"] |= {"nanoflann", "tests"}  # a yardstick; the literal form is another
 
 # Single files that may include more than their room: the two headers that speak of device objects.
@@ -58,7 +59,7 @@ HERMETIC = {"immintrin.h", "emmintrin.h", "smmintrin.h", "tmmintrin.h", "stddef.
 LIBRARIES = {  # first folder (or whole name) of an angle include -> family
     "tbb": "tbb", "oneapi": "tbb", "maya": "maya", "clew": "clew", "CL": "opencl", "nlohmann": "nlohmann",
     "CLI": "cli", "assimp": "assimp", "tiny_gltf.h": "gltf", "tinygltf": "gltf", "stb": "stb", "gtest": "gtest",
-    "gmock": "gtest", "rapidcheck": "rapidcheck", "rapidcheck.h": "rapidcheck", "benchmark": "benchmark",
+    "webp": "webp", "gmock": "gtest", "rapidcheck": "rapidcheck", "rapidcheck.h": "rapidcheck", "benchmark": "benchmark",
     "nanoflann.hpp": "nanoflann",
 }
 STANDARD = set("""

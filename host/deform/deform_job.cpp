@@ -7,6 +7,7 @@
 #include "host/deform/frame_outputs.h"
 #include "host/deform/frame_sheet.h"
 #include "host/deform/stage.h"
+#include "host/picture/moving_picture.h"
 #include "host/progress.h"
 
 #include <algorithm>
@@ -30,8 +31,12 @@ void checkOptions(const DeformJob& job) {
         refuse("nothing to do: give -o FILE, --picture FILE, --capture FILE or --baseline");
     checkOutputNames(job.outputs);
     checkFilesApart(job.character, job.outputs, job.picture, job.capture, job.rig);
-    checkPictureName(job.picture);
+    const bool moving = isMovingPicture(job.picture);
+    checkStillOrMovingName(job.picture);
     if (!(job.fps > 0.0) || !std::isfinite(job.fps)) refuse("--fps must be a positive number");
+    if (moving && job.fps > kMaxMovingRate)
+        refuse("--picture " + job.picture + ": a moving picture shows at most 90 frames per second; give a " +
+               "smaller --fps");
     viewNamed(job.view);
     pictureSizeNamed(job.pictureSize);
     if (!job.up.empty() && job.up != "y" && job.up != "z") refuse("--up " + job.up + ": y or z expected");
@@ -111,12 +116,19 @@ DeformReport runDeformJob(const DeformJob& job) {
     if (job.baseline && character.influences.empty())
         throw HostError(ExitCode::kUsage, "--baseline: '" + job.character +
                                               "' has no skin weights to blend; leave the option out");
+    const bool moving = isMovingPicture(job.picture);
     const bool wholeRun = !job.outputs.empty() || job.baseline || !job.frames.empty();
     const std::vector<int>& clipFrames = inputs.frames;
     std::vector<int> pictureFrames;
     if (!job.picture.empty())
-        pictureFrames =
-            job.pictureFrames.empty() ? spread(clipFrames, 4) : inputs.framesOf(job.pictureFrames);
+        pictureFrames = !job.pictureFrames.empty() ? inputs.framesOf(job.pictureFrames)
+                        : moving                   ? clipFrames
+                                                   : spread(clipFrames, 4);
+    if (moving && pictureFrames.size() > kMaxMovingFrames)
+        throw HostError(ExitCode::kUsage,
+                        "--picture " + job.picture + ": " + std::to_string(pictureFrames.size()) +
+                            " frames, and a moving picture has at most " + std::to_string(kMaxMovingFrames) +
+                            "; choose some with --picture-frames");
     const int captureFrame = job.captureFrame == 0
                                  ? clipFrames.front()
                                  : inputs.framesOf(std::to_string(job.captureFrame)).front();
@@ -159,6 +171,7 @@ DeformReport runDeformJob(const DeformJob& job) {
 
     DeformQuality quality(character.points, character.pointTriangles());
     std::map<int, SheetFrame> shown;
+    Bounds box; // of what a moving picture shows: its camera stands still and must see every frame
     std::vector<Vec3d> filePoints;
     Progress progress("frames", frames.size(), job.quiet);
     for (std::size_t k = 0; k < frames.size(); ++k) {
@@ -169,8 +182,14 @@ DeformReport runDeformJob(const DeformJob& job) {
         const std::vector<Vec3d> reference =
             job.baseline ? linearBlend(character, pose) : std::vector<Vec3d>();
         if (job.baseline && forFiles) quality.addFrame(deformed, reference);
-        if (std::find(pictureFrames.begin(), pictureFrames.end(), frame) != pictureFrames.end())
-            shown[frame] = {frame, deformed, reference};
+        if (std::find(pictureFrames.begin(), pictureFrames.end(), frame) != pictureFrames.end()) {
+            if (moving) {
+                box.add(deformed);
+                box.add(reference);
+            } else {
+                shown[frame] = {frame, deformed, reference};
+            }
+        }
         if (forFiles && !outputs.empty()) {
             toFile(filePoints, deformed);
             for (const auto& output : outputs) output->addFrame(frame, filePoints);
@@ -189,9 +208,27 @@ DeformReport runDeformJob(const DeformJob& job) {
         const Vec3d up = inputs.zUp ? Vec3d{0.0, 0.0, 1.0} : Vec3d{0.0, 1.0, 0.0};
         options.view = viewNamed(job.view, up);
         options.cellSize = pictureSizeNamed(job.pictureSize);
-        std::vector<SheetFrame> sheet;
-        for (const int frame : pictureFrames) sheet.push_back(shown[frame]);
-        writeFrameSheet(job.picture, context.meshes, sheet, options);
+        if (moving) {
+            // Evaluated a second time instead of kept: drawing takes far longer, and memory stays that of one
+            // frame.
+            const Camera camera = sheetCamera(box, options);
+            MovingPicture picture(job.picture, job.fps);
+            DeformReport again;
+            Progress drawing("picture", pictureFrames.size(), job.quiet);
+            for (const int frame : pictureFrames) {
+                const Pose pose = stage.pose(frame);
+                SheetFrame cell{frame, deformFrame(stage, device, job.character, frame, again), {}};
+                if (job.baseline) cell.reference = linearBlend(character, pose);
+                picture.add(drawFrameSheet(context.meshes, {cell}, camera, options));
+                drawing.advance();
+            }
+            drawing.finish();
+            picture.close();
+        } else {
+            std::vector<SheetFrame> sheet;
+            for (const int frame : pictureFrames) sheet.push_back(shown[frame]);
+            writeFrameSheet(job.picture, context.meshes, sheet, options);
+        }
         report.written.push_back(job.picture);
     }
     if (!job.capture.empty()) report.written.push_back(job.capture);

@@ -18,8 +18,8 @@ struct DeformJob {
     std::string clip;                    ///< name or unique part of it; empty: the first with any length
     std::string frames;                  ///< "1-48", "1,12,24"; empty: the whole clip
     std::vector<std::string> outputs;    ///< .pc2, .obj, .glb
-    std::string picture;                 ///< .png; empty: none
-    std::string pictureFrames;           ///< empty: four spread over the frames
+    std::string picture;                 ///< .png, or .webp: moving; empty: none
+    std::string pictureFrames;           ///< empty: four spread over the frames; moving: all
     std::string view = "three-quarter";  ///< a name for viewNamed
     std::string pictureSize = "480x340"; ///< of one frame, pixels
     std::string up;                      ///< the file's upward axis, "y" or "z"; empty: the rig file's, or y

@@ -142,6 +142,16 @@ void checkPictureName(const std::string& path) {
                         "--picture " + path + ": pictures are PNG files; use the extension .png");
 }
 
+bool isMovingPicture(const std::string& path) {
+    return extensionOf(path) == ".webp";
+}
+
+void checkStillOrMovingName(const std::string& path) {
+    if (!path.empty() && extensionOf(path) != ".png" && !isMovingPicture(path))
+        throw HostError(ExitCode::kUsage,
+                        "--picture " + path + ": use the extension .png, or .webp for a picture that moves");
+}
+
 void checkFilesApart(const std::string& character, const std::vector<std::string>& outputs,
                      const std::string& picture, const std::string& capture, const std::string& rig) {
     namespace fs = std::filesystem;

@@ -27,6 +27,12 @@ void checkPictureName(const std::string& path);
 void checkFilesApart(const std::string& character, const std::vector<std::string>& outputs,
                      const std::string& picture, const std::string& capture, const std::string& rig = {});
 
+/// The same where a picture may move: .png or .webp.
+void checkStillOrMovingName(const std::string& path);
+
+/// Whether the name asks for a moving picture (.webp).
+bool isMovingPicture(const std::string& path);
+
 /// Opens and drops a temporary beside the file: HostError kOutput when nothing can be written there.
 void checkWritable(const std::string& path);
 

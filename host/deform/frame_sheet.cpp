@@ -3,23 +3,22 @@
 
 #include "host/picture/contact_sheet.h"
 
+#include <algorithm>
+
 namespace talvisora::host {
 
-void writeFrameSheet(const std::string& path, const std::vector<OutputMesh>& meshes,
-                     const std::vector<SheetFrame>& frames, const SheetOptions& options) {
-    Bounds bounds;
-    bool reference = false;
-    for (const SheetFrame& frame : frames) {
-        bounds.add(frame.deformed);
-        bounds.add(frame.reference);
-        reference = reference || !frame.reference.empty();
-    }
-    const Camera camera = makeCamera(bounds, options.view,
-                                     static_cast<double>(options.cellSize.width) / options.cellSize.height);
+Camera sheetCamera(const Bounds& bounds, const SheetOptions& options) {
+    return makeCamera(bounds, options.view,
+                      static_cast<double>(options.cellSize.width) / options.cellSize.height);
+}
+
+Image drawFrameSheet(const std::vector<OutputMesh>& meshes, const std::vector<SheetFrame>& frames,
+                     const Camera& camera, const SheetOptions& options) {
     RenderOptions render;
     render.width = options.cellSize.width;
     render.height = options.cellSize.height;
-
+    const bool reference = std::any_of(frames.begin(), frames.end(),
+                                       [](const SheetFrame& frame) { return !frame.reference.empty(); });
     SheetRow deformedRow{"talvisora", {}}, referenceRow{"linear blend", {}};
     for (const SheetFrame& frame : frames) {
         const std::string label = "frame " + std::to_string(frame.frame);
@@ -29,7 +28,17 @@ void writeFrameSheet(const std::string& path, const std::vector<OutputMesh>& mes
     }
     std::vector<SheetRow> rows{std::move(deformedRow)};
     if (reference) rows.push_back(std::move(referenceRow));
-    writePng(path, layOutSheet(rows));
+    return layOutSheet(rows);
+}
+
+void writeFrameSheet(const std::string& path, const std::vector<OutputMesh>& meshes,
+                     const std::vector<SheetFrame>& frames, const SheetOptions& options) {
+    Bounds bounds;
+    for (const SheetFrame& frame : frames) {
+        bounds.add(frame.deformed);
+        bounds.add(frame.reference);
+    }
+    writePng(path, drawFrameSheet(meshes, frames, sheetCamera(bounds, options), options));
 }
 
 } // namespace talvisora::host

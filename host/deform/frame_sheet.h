@@ -22,7 +22,15 @@ struct SheetOptions {
     PictureSize cellSize{480, 340}; ///< of one frame
 };
 
-/// Draws the frames and writes the PNG, whole or not at all. Throws HostError kOutput.
+/// The camera that shows everything in the box, in a cell of the options' shape.
+Camera sheetCamera(const Bounds& bounds, const SheetOptions& options);
+
+/// One column per frame through the given camera; two rows when a frame has a reference.
+Image drawFrameSheet(const std::vector<OutputMesh>& meshes, const std::vector<SheetFrame>& frames,
+                     const Camera& camera, const SheetOptions& options);
+
+/// Draws the frames through the camera that shows them all and writes the PNG, whole or not at all. Throws
+/// HostError kOutput.
 void writeFrameSheet(const std::string& path, const std::vector<OutputMesh>& meshes,
                      const std::vector<SheetFrame>& frames, const SheetOptions& options);
 
