@@ -6,8 +6,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
 #include <cstdio>
 #include <exception>
+#include <functional>
 #include <limits>
 #include <new>
 #include <string>
@@ -19,6 +21,25 @@ namespace {
 
 constexpr int kMaxThreads = 1024;
 constexpr int kMaxInt = std::numeric_limits<int>::max();
+
+// The library's own check of this spells out the largest double.
+std::function<std::string(const std::string&)> zeroOrMore(const std::string& what) {
+    return [what](const std::string& text) {
+        double value = 0.0;
+        const bool good = CLI::detail::lexical_cast(text, value) && std::isfinite(value) && value >= 0.0;
+        return good ? std::string() : "a " + what + " of 0 or more expected";
+    };
+}
+
+// A script's variable that happens to be empty must not choose everything, or the rig itself as the output.
+void refuseEmptyValues(CLI::App& verb) {
+    for (CLI::Option* option : verb.get_options())
+        if (option->get_items_expected_max() > 0)
+            option->check([](const std::string& text) {
+                return text.empty() ? std::string("nothing is given; give a value or leave the option out")
+                                    : std::string();
+            });
+}
 
 void addModuleOptions(CLI::App& app, std::string& module, std::string& variant, int& threads) {
     app.add_option("--module", module, "module library; default: the one beside grhost")->type_name("FILE");
@@ -94,7 +115,7 @@ void addBind(CLI::App& app, BindJob& job, std::string& weights, std::string& par
         ->check(CLI::IsMember({"bone", "nearest"}));
     app.add_option("--max-distance-coeff", job.maxDistanceCoeff,
                    "how far a block reaches, in thicknesses of the mesh round it; for --weights distance")
-        ->check(CLI::NonNegativeNumber)
+        ->check(zeroOrMore("number"))
         ->type_name("FACTOR");
     app.add_option("--smooth", job.smooth, "passes of smoothing over the weights; default: 0, for distance 5")
         ->check(CLI::Range(0, kMaxInt))
@@ -222,7 +243,7 @@ void addReset(CLI::App& app, ResetJob& job, bool& json) {
             ->type_name("BLOCK");
         app.add_option("--max-distance-coeff", job.maxDistanceCoeff,
                        "how far the block reaches, in thicknesses of the mesh round it; default: 2")
-            ->check(CLI::NonNegativeNumber)
+            ->check(zeroOrMore("number"))
             ->type_name("FACTOR");
     }
     app.add_option("--character", job.character, "the character; default: the one that the rig file names")
@@ -297,11 +318,11 @@ void addMirror(CLI::App& app, MirrorJob& job, std::string& axis, std::string& fr
         ->check(CLI::IsMember({"plus", "minus"}));
     app.add_option("--seam", job.options.seam,
                    "points at most so far from the middle become even; default: the tolerance")
-        ->check(CLI::NonNegativeNumber)
+        ->check(zeroOrMore("length"))
         ->type_name("LENGTH");
     app.add_option("--tolerance", job.options.tolerance,
                    "how far a mirrored point may miss its partner; default: a thousandth of the size")
-        ->check(CLI::NonNegativeNumber)
+        ->check(zeroOrMore("length"))
         ->type_name("LENGTH");
     app.add_option_function<std::string>(
            "--pairs", [&job](const std::string& text) { job.options.pairs = parseNamePairs(text); },
@@ -322,7 +343,7 @@ void addTransfer(CLI::App& app, TransferJob& job, bool& json) {
     app.add_option("-o,--output", job.output, "the rig file to write")->required()->type_name("OUT.rig.json");
     app.add_option("--max-distance", job.maxDistance,
                    "points farther from the old surface are unmatched; default: a twentieth of the size")
-        ->check(CLI::NonNegativeNumber)
+        ->check(zeroOrMore("length"))
         ->type_name("LENGTH");
     app.add_option("--source", job.source, "where the rig comes from; default: what the rig file names")
         ->type_name("FILE");
@@ -340,6 +361,16 @@ void checkVerb(const CLI::App& app, const std::string& verb) {
         names += (k == 0 ? "" : k + 1 < verbs.size() ? ", " : " or ") + verbs[k]->get_name();
     }
     throw HostError(ExitCode::kUsage, "unknown verb '" + verb + "': " + names + " expected; see --help");
+}
+
+// What one way of weighing does not look at is no option of it.
+void checkBindOptions(const CLI::App& app, bool distance) {
+    const char* ofTheOther = distance ? "--params" : "--max-distance-coeff";
+    if (app.count(ofTheOther) > 0)
+        throw HostError(ExitCode::kUsage, std::string(ofTheOther) + " goes with --weights " +
+                                              (distance ? "skin; by distance each point takes the nearest "
+                                                          "place on the curve"
+                                                        : "distance"));
 }
 
 ExitCode run(int argc, char** argv) {
@@ -402,6 +433,8 @@ ExitCode run(int argc, char** argv) {
     addInfo(infoApp, infoVerb);
     addDeform(deformApp, job, params, tangentTurn, json);
 
+    for (CLI::App* each : app.get_subcommands({})) refuseEmptyValues(*each);
+
     const std::string verb = argc > 1 ? argv[1] : "--help";
     if (verb[0] != '-') checkVerb(app, verb);
     try {
@@ -415,6 +448,7 @@ ExitCode run(int argc, char** argv) {
     if (replayApp.parsed()) return runReplayVerb(replayVerb);
     if (infoApp.parsed()) return runInfoVerb(infoVerb);
     if (bindApp.parsed()) {
+        checkBindOptions(bindApp, bindWeights == "distance");
         bindJob.weights = bindWeights == "distance" ? BindWeights::kDistance : BindWeights::kSkin;
         bindJob.blocks.params = bindParams == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;
         return runBindVerb(bindJob, bindJson);

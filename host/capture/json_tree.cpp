@@ -104,7 +104,7 @@ private:
     bool open(JsonValue value) {
         if (open_.size() >= kMaxJsonDepth)
             throw HostError(ExitCode::kInput, "nested deeper than " + std::to_string(kMaxJsonDepth) +
-                                                  " levels; a capture needs about ten");
+                                                  " levels; captures and rig files need about ten");
         // The parent does not grow while the child is open, so the pointer stays good.
         if (!open_.empty()) names_.push_back(open_.back()->object() ? next_->first : std::string());
         open_.push_back(place(std::move(value)));

@@ -72,7 +72,7 @@ CheckReport runCheckJob(const CheckJob& job) {
     if (isRig) rigFile = readRigFile(job.target, {job.keepUnknown, nullptr});
     CheckReport report;
     report.target = job.target;
-    report.character = !isRig ? job.target : job.character.empty() ? rigFile->characterPath() : job.character;
+    report.character = isRig ? rigFile->characterOr(job.character) : job.target;
     const RigPicture picture(job.picture, report.character, {}, isRig ? job.target : "");
     const FileUnit units = rigFile && job.units == FileUnit::kFromFile ? unitsOf(*rigFile) : job.units;
     const bool zUp = (job.up.empty() && rigFile ? rigFile->upAxis : job.up) == "z";

@@ -190,9 +190,7 @@ DrawReport runDrawJob(const DrawJob& job) {
 
     std::optional<RigFile> rigFile;
     if (isRig) rigFile = readRigFile(job.target, {job.keepUnknown, nullptr});
-    const std::string path = !isRig                  ? job.target
-                             : job.character.empty() ? rigFile->characterPath()
-                                                     : job.character;
+    const std::string path = isRig ? rigFile->characterOr(job.character) : job.target;
     checkFilesApart(path, {}, job.output, "", isRig ? job.target : "");
     const FileUnit units = rigFile && job.units == FileUnit::kFromFile ? unitsOf(*rigFile) : job.units;
     const bool zUp = (job.up.empty() && rigFile ? rigFile->upAxis : job.up) == "z";

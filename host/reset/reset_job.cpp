@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <filesystem>
 #include <optional>
 
 namespace talvisora::host {
@@ -39,16 +38,6 @@ std::vector<std::size_t> chosenBlocks(const RigFile& rig, const std::vector<std:
     for (std::size_t b = 0; b < chosen.size(); ++b)
         if (chosen[b]) blocks.push_back(b);
     return blocks;
-}
-
-std::string characterOf(const ResetJob& job, const RigFile& rig) {
-    if (!job.character.empty()) return job.character;
-    const std::string path = rig.characterPath();
-    std::error_code ignored;
-    if (path.empty() || !std::filesystem::exists(path, ignored))
-        throw HostError(ExitCode::kInput, "'" + job.rig + "' names the character '" + path +
-                                              "', and there is no such file; name it with --character FILE");
-    return path;
 }
 
 /// What no block takes of the points goes to one of the blocks; the others' shares stay.
@@ -97,7 +86,7 @@ ResetReport runResetJob(const ResetJob& job) {
     const std::size_t base = job.base.empty() ? 0 : blockCalled(rig, job.base);
     std::optional<std::vector<std::uint32_t>> selected;
     if (!job.select.empty()) selected = parsePoints(job.select, rig.mesh.points);
-    const std::string path = characterOf(job, rig);
+    const std::string path = rig.characterOr(job.character);
     checkFilesApart(path, {output}, "", "");
     const RigPicture picture(job.picture, path, {output}, job.rig);
     const Character character = readCharacter(path, {unitsOf(rig), SkinUse::kOptional});

@@ -24,7 +24,7 @@ MirrorReport runMirrorJob(const MirrorJob& job) {
     checkLength("--seam", job.options.seam);
     checkLength("--tolerance", job.options.tolerance);
     RigFile rig = readRigFile(job.rig, {job.keepUnknown, nullptr});
-    const std::string path = job.character.empty() ? rig.characterPath() : job.character;
+    const std::string path = rig.characterOr(job.character);
     checkFilesApart(path, {job.output}, "", "");
     const RigPicture picture(job.picture, path, {job.output}, job.rig);
     const Character character = readCharacter(path, {unitsOf(rig), SkinUse::kOptional});
@@ -46,7 +46,7 @@ TransferReport runTransferJob(const TransferJob& job) {
     checkRigPath(job.output);
     checkLength("--max-distance", job.maxDistance);
     RigFile rig = readRigFile(job.rig, {job.keepUnknown, nullptr});
-    const std::string source = job.source.empty() ? rig.characterPath() : job.source;
+    const std::string source = rig.characterOr(job.source, "--source");
     checkFilesApart(source, {job.output}, "", "");
     checkFilesApart(job.character, {job.output}, "", "");
     const RigPicture picture(job.picture, job.character, {job.output}, job.rig);

@@ -45,6 +45,17 @@ std::string RigFile::characterPath() const {
     return (fs::path(rig_parts::folderOf(path)) / character).lexically_normal().string();
 }
 
+std::string RigFile::characterOr(const std::string& given, const char* option) const {
+    if (!given.empty()) return given;
+    const std::string named = characterPath();
+    std::error_code ignored;
+    if (named.empty() || !fs::exists(named, ignored))
+        throw HostError(ExitCode::kInput, "'" + path + "' names the character '" + named +
+                                              "', and there is no such file; name it with " + option +
+                                              " FILE");
+    return named;
+}
+
 const RigVersions& rigVersions() {
     static const RigVersions versions;
     return versions;

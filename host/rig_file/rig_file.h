@@ -106,6 +106,9 @@ struct RigFile {
     std::size_t blockIndex(const std::string& name) const;
     /// Where the character lies, seen from here: mesh.character resolved against the rig file's folder.
     std::string characterPath() const;
+    /// `given`, or else characterPath(). HostError kInput when that one is not there: `option` is what the
+    /// user can name another one with.
+    std::string characterOr(const std::string& given, const char* option = "--character") const;
 };
 
 /// Brings a document from one version to the next; the version key itself is set by the caller.

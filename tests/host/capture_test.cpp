@@ -359,7 +359,7 @@ TEST(HostileCapture, EndsInOneLine) {
 }
 
 TEST(HostileCapture, DeepNestingDoesNotReachTheStack) {
-    const std::string limit = "nested deeper than 256 levels; a capture needs about ten";
+    const std::string limit = "nested deeper than 256 levels; captures and rig files need about ten";
     EXPECT_EQ(refusal(std::string(100000, '[')), limit);
     std::string objects;
     for (int k = 0; k < 100000; ++k) objects += "{\"a\":";

@@ -122,5 +122,19 @@ TEST_F(BindByDistance, AFactorOfNothingLeavesThePointsToTheNearestBones) {
     EXPECT_FALSE(fs::exists(path("no.rig.json")));
 }
 
+TEST_F(BindByDistance, OptionsOfTheOtherWayOfWeighingAreRefused) {
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"--max-distance-coeff", "3"}, "--max-distance-coeff goes with --weights distance"},
+        {{"--weights", "distance", "--params", "nearest"}, "--params goes with --weights skin"}};
+    for (const auto& [options, text] : cases) {
+        std::vector<std::string> arguments = {"bind", bull(), "-o", path("bull.rig.json")};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const Ran ran = run(arguments);
+        EXPECT_EQ(ran.exitCode, 2);
+        EXPECT_NE(ran.err.find(text), std::string::npos) << ran.err;
+        EXPECT_FALSE(fs::exists(path("bull.rig.json")));
+    }
+}
+
 } // namespace
 } // namespace talvisora::journeys

@@ -124,6 +124,15 @@ TEST_F(ResetVerbs, PrintATableForPeople) {
     EXPECT_NE(ran.out.find("resetParams on 1 block, 28 of 28 points\n"), std::string::npos) << ran.out;
 }
 
+// A script's variable that was never set must neither choose every point nor write over the rig.
+TEST_F(ResetVerbs, TakeNoEmptyTextForAChoice) {
+    const std::string from = path("bar.rig.json");
+    for (const char* option : {"--select", "--block", "--base", "-o", "--character", "--picture"})
+        refused(2, "nothing is given; give a value or leave the option out", {"weights", from, option, ""});
+    refused(2, "--blocks: nothing is given",
+            {"bind", path("bar.gltf"), "-o", path("o.rig.json"), "--blocks", ""});
+}
+
 TEST_F(ResetVerbs, RefuseInOneLineAndLeaveTheRigAlone) {
     const std::string from = path("bar.rig.json");
     refused(2, "has no block 'nose'; it has first", {"weights", from, "--block", "nose"});
@@ -133,8 +142,9 @@ TEST_F(ResetVerbs, RefuseInOneLineAndLeaveTheRigAlone) {
     refused(2, "point 28 lies past the end; the mesh has 28 points", {"params", from, "--select", "0-28"});
     refused(2, "--select x: numbers of points expected", {"params", from, "--select", "x"});
     refused(2, "--smooth", {"weights", from, "--smooth", "-1"});
-    refused(2, "--max-distance-coeff", {"weights", from, "--max-distance-coeff", "-1"});
-    refused(2, "--max-distance-coeff", {"weights", from, "--max-distance-coeff", "nan"});
+    for (const char* factor : {"-1", "nan", "inf", "1e400", "wide"})
+        refused(2, "--max-distance-coeff: a number of 0 or more expected",
+                {"weights", from, "--max-distance-coeff", factor});
     refused(2, "--max-distance-coeff", {"params", from, "--max-distance-coeff", "2"});
     refused(2, "NAME.rig.json", {"params", from, "-o", path("out.txt")});
     refused(3, "no_such.rig.json", {"params", path("no_such.rig.json")});
@@ -145,7 +155,14 @@ TEST_F(ResetVerbs, RefuseInOneLineAndLeaveTheRigAlone) {
     write("longer.gltf", gltf_writer::makeBar(longer).text());
     refused(3, "the rig was made for 28 points", {"weights", from, "--character", path("longer.gltf")});
     fs::remove(path("bar.gltf"));
-    refused(3, "there is no such file; name it with --character FILE", {"weights", from});
+    for (const std::vector<std::string>& verb :
+         std::vector<std::vector<std::string>>{{"weights", from},
+                                               {"check", from},
+                                               {"mirror", from, "-o", path("o.rig.json")},
+                                               {"draw", from, "-o", path("o.png")}})
+        refused(3, "there is no such file; name it with --character FILE", verb);
+    refused(3, "there is no such file; name it with --source FILE",
+            {"transfer", from, path("longer.gltf"), "-o", path("o.rig.json")});
 }
 
 TEST_F(ResetVerbs, AModuleThatReportsAFailureChangesNothing) {
