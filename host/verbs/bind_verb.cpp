@@ -38,8 +38,9 @@ std::string summary(const BindReport& report) {
         text += std::to_string(report.leftBehind) + " of " + std::to_string(report.points) +
                 " points are left behind in part: no block takes all of them\n";
     text += wroteLines(report.pictures);
-    return text + "wrote " + report.output + ": " + std::to_string(report.blocks.size()) + " blocks over " +
-           std::to_string(report.points) + " points\n";
+    return text + "wrote " + report.output + ": " + std::to_string(report.blocks.size()) +
+           (report.blocks.size() == 1 ? " block over " : " blocks over ") + std::to_string(report.points) +
+           " points\n";
 }
 
 // "@FILE": the chains stand in a file.

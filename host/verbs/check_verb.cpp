@@ -20,8 +20,8 @@ std::string summary(const CheckReport& report) {
     text += wroteLines(report.pictures);
     const std::size_t count = report.findings.size();
     return text + oneLine(report.target + ": " + std::to_string(report.points) + " points, " +
-                          std::to_string(report.blocks) +
-                          " blocks: " + (count ? std::to_string(count) : std::string("no")) +
+                          std::to_string(report.blocks) + (report.blocks == 1 ? " block: " : " blocks: ") +
+                          (count ? std::to_string(count) : std::string("no")) +
                           (count == 1 ? " finding" : " findings"));
 }
 

@@ -46,12 +46,12 @@ std::string summary(const DeformReport& report) {
     if (report.device)
         for (const std::string& line : deviceLines(*report.device)) text += line + "\n";
     if (report.frames > 0)
-        text +=
-            format("%zu frame%s of '%s', %zu points, %zu blocks: %s points/s deforming (%.3f s), %s points/s "
-                   "in all (%.2f s)\n",
-                   report.frames, report.frames == 1 ? "" : "s", report.clip.c_str(), report.points,
-                   report.blocks, rate(report.deformRate()).c_str(), report.deformSeconds,
-                   rate(report.totalRate()).c_str(), report.totalSeconds);
+        text += format(
+            "%zu frame%s of '%s', %zu points, %zu block%s: %s points/s deforming (%.3f s), %s points/s "
+            "in all (%.2f s)\n",
+            report.frames, report.frames == 1 ? "" : "s", report.clip.c_str(), report.points, report.blocks,
+            report.blocks == 1 ? "" : "s", rate(report.deformRate()).c_str(), report.deformSeconds,
+            rate(report.totalRate()).c_str(), report.totalSeconds);
     return text;
 }
 

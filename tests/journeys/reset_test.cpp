@@ -122,6 +122,10 @@ TEST_F(ResetVerbs, PrintATableForPeople) {
     EXPECT_NE(ran.out.find("block  points changed    min   mean    max\n"), std::string::npos) << ran.out;
     EXPECT_NE(ran.out.find("first "), std::string::npos) << ran.out;
     EXPECT_NE(ran.out.find("resetParams on 1 block, 28 of 28 points\n"), std::string::npos) << ran.out;
+    const Ran bound = run({"bind", path("bar.gltf"), "-o", path("o.rig.json")});
+    EXPECT_NE(bound.out.find(": 1 block over 28 points\n"), std::string::npos) << bound.out;
+    const Ran checked = run({"check", path("bar.rig.json")});
+    EXPECT_NE(checked.out.find(": 28 points, 1 block: "), std::string::npos) << checked.out;
 }
 
 // A script's variable that was never set must neither choose every point nor write over the rig.
