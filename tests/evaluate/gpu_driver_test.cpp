@@ -26,6 +26,8 @@ TEST_F(GpuDriver, FirstEvaluationCompilesUploadsBindsAndLaunches) {
     EXPECT_EQ(build.kernelName, "run");
     EXPECT_FALSE(node.uploadDevice);
     EXPECT_TRUE(node.rebuildCache); // the other path's business
+    EXPECT_TRUE(node.restCurves.empty());
+    EXPECT_EQ(node.cvsData.capacity(), 0u); // only the device's is used
     EXPECT_EQ(node.blockCount, 1);
 }
 
@@ -310,6 +312,7 @@ TEST_F(GpuDriver, SetUpFaultsPrintThisPathsLines) {
                         }));
     EXPECT_TRUE(fake.takeCalls().empty());
     EXPECT_TRUE(node.uploadDevice);
+    EXPECT_FALSE(node.shape.valid); // for neither path
 }
 
 TEST_F(GpuDriver, FailuresOfTheRebuildLeaveTheMark) {

@@ -176,6 +176,29 @@ TEST_F(GpuFailures, AGrownMeshKeepsItsScratchAndReportsUntilItIsReleased) {
     EXPECT_EQ(fake.contents(node.cvsDataBuffer.get()).size(), 480u * 20);
 }
 
+TEST_F(GpuFailures, AScratchOfASmallerMeshGivesIdleLaunchesUntilItIsReleased) {
+    // Of five points only the scratch could be made; everything for twenty then can.
+    resize(4, 5);
+    fake.answer = [](const DeviceCall& call, std::size_t) {
+        return call.name == "CreateBuffer" && call.size != 480 * 5 ? CL_MEM_OBJECT_ALLOCATION_FAILURE
+                                                                   : CL_SUCCESS;
+    };
+    callsOfFailingDeform();
+    EXPECT_EQ(fake.contents(node.cvsDataBuffer.get()).size(), 480u * 5);
+    errors();
+    resize(4, 20);
+    for (int repeat = 0; repeat < 2; ++repeat) {
+        const std::vector<DeviceCall> calls = callsOfDeform(); // nothing fails, so nothing is said
+        const DeviceCall launched = only(calls, "EnqueueNDRangeKernel").at(0);
+        EXPECT_EQ(launched.count, 0);
+        EXPECT_EQ(launched.size, 256u);
+        EXPECT_EQ(launched.event, data.outputEvent.get());
+        EXPECT_TRUE(node.deviceIncomplete);
+    }
+    node.releaseGpu();
+    expectWholeLaunch(callsOfDeform(), 20);
+}
+
 TEST_F(GpuFailures, MoreBlocksReportUntilReleased) {
     callsOfDeform();
     resize(4, 12, 3);
