@@ -255,7 +255,7 @@ TEST(GpuTimer, CutsOffMicrosecondsAndShowsTwoDecimals) {
     EXPECT_EQ(gpu::timerText("label", 1500999), "label: 1.50ms");
     EXPECT_EQ(gpu::timerText("label", 0), "label: 0.00ms");
     EXPECT_EQ(gpu::timerText("label", 999), "label: 0.00ms");
-    EXPECT_EQ(gpu::timerText("label", 5999), "label: 0.01ms"); // 0.005 in doubles lies above 0.005
+    EXPECT_EQ(gpu::timerText("label", 5999), "label: 0.01ms");  // 0.005 in doubles lies above 0.005
     EXPECT_EQ(gpu::timerText("label", 15999), "label: 0.01ms"); // 0.015 lies below 0.015, 0.015999 above
     EXPECT_EQ(gpu::timerText("%s", 123456789012), "%s: 123456.79ms");
     EXPECT_EQ(gpu::timerText("label", std::numeric_limits<std::int64_t>::max()), "label: 9223372036854.78ms");
