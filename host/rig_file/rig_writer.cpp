@@ -2,6 +2,7 @@
 // The JSON file is what makes a rig: its rename is the one step in which the new rig takes the old one's
 // place. So no array file that the old one uses may change before: arrays are named after their content and
 // those of the old rig go last.
+#include "host/rig_file/folder_lock.h"
 #include "host/rig_file/npy.h"
 #include "host/rig_file/rig_hash.h"
 #include "host/rig_file/rig_parts.h"
@@ -328,6 +329,7 @@ void writeRigFile(const std::string& path, const RigFile& rig, const RigWriteOpt
     AtomicFile file(path); // first: most of what can go wrong goes wrong here
     const fs::path rigPath = fs::path(rig_parts::folderOf(path)) / rig_parts::fileNameOf(path);
     const std::string folderName = withoutExtension(rigPath.filename().string()) + ".arrays";
+    const FolderLock alone(rigPath.parent_path().string()); // until the old arrays are gone
     ArrayFolder folder(rigPath.parent_path() / folderName);
     file.write(RigText(rig, options, folder, folderName).write());
     file.commit();

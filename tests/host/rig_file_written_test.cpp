@@ -4,6 +4,8 @@
 #include "host/rig_file/rig_fit.h"
 #include "host/rig_file_fixture.h"
 
+#include <thread>
+
 namespace rig_files {
 namespace {
 
@@ -165,6 +167,23 @@ TEST_F(RigFiles, ArraysThatNothingNamesAnyMoreGoAndOthersStay) {
     writeRigFile(path("a.rig.json"), rig); // everything inline again
     EXPECT_EQ(listing(), (std::vector<std::string>{"a.rig.arrays/by-hand.npy", "a.rig.arrays/notes.txt",
                                                    "a.rig.json", "bar.rig.json"}));
+}
+
+TEST_F(RigFiles, WritersOfOneRigTakeTurns) {
+    const RigFile rig = read(smallRig());
+    writeRigFile(path("a.rig.json"), rig, {0});
+    for (int round = 0; round < 100; ++round) {
+        std::vector<std::thread> writers;
+        for (int t = 0; t < 4; ++t)
+            writers.emplace_back([&, t] {
+                RigFile mine = rig;
+                mine.blocks[0].weights[0] = static_cast<float>(4 * round + t) / 512.0f;
+                if (t % 2) mine.blocks[0].params.swap(mine.blocks[0].weights);
+                writeRigFile(path("a.rig.json"), mine, {0});
+            });
+        for (std::thread& each : writers) each.join();
+        EXPECT_NO_THROW(readRigFile(path("a.rig.json"))) << "round " << round;
+    }
 }
 
 TEST_F(RigFiles, AnArraySavedOverByHandIsReadAndNotOverwritten) {
