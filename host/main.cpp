@@ -307,6 +307,32 @@ void addQuality(CLI::App& app, QualityJob& job, bool& json) {
     addModuleOptions(app, job.module, job.variant, job.threads);
 }
 
+void addView(CLI::App& app, ViewJob& job, bool& json) {
+    app.add_option("target", job.target, "rig file, or a character: then the rig that deform makes up")
+        ->required()
+        ->type_name("CHARACTER|RIG");
+    app.add_option("-o,--output", job.output, "the page to write")->required()->type_name("OUT.html");
+    app.add_option("--clip", job.clip, "clip, by its name or a unique part of it; default: the first")
+        ->type_name("NAME");
+    app.add_option("--frames", job.frames, "frames, e.g. 1-48 or 1,12,24; default: the whole clip")
+        ->type_name("LIST");
+    app.add_option("--gpu", job.gpu, "evaluate on this OpenCL device too, and show how far it is off")
+        ->check(CLI::Range(0, kMaxInt))
+        ->type_name("N");
+    app.add_option("--page", job.page, "the page to fill; default: the one beside grhost")
+        ->type_name("FILE.html");
+    app.add_option("--character", job.character, "the character; default: the one that the rig file names")
+        ->type_name("FILE");
+    app.add_flag("--keep-unknown", job.keepUnknown, "take rig files with keys that are not known");
+    app.add_flag("--simple", job.simple, "one control point per joint in the rig that is made up");
+    app.add_option("--up", job.up, "the file's upward axis: y or z");
+    addUnits(app, job.units);
+    app.add_option("--fps", job.fps, "frame f lies at (f - 1) / fps seconds");
+    app.add_flag("--json", json, "print one JSON report on standard output");
+    app.add_flag("--quiet", job.quiet, "no summary, no notes, no progress");
+    addModuleOptions(app, job.module, job.variant, job.threads);
+}
+
 void addMirror(CLI::App& app, MirrorJob& job, std::string& axis, std::string& from, bool& json) {
     app.add_option("rig", job.rig, "the rig file")->required()->type_name("RIG");
     app.add_option("-o,--output", job.output, "the rig file to write; may be the same")
@@ -405,6 +431,9 @@ ExitCode run(int argc, char** argv) {
     QualityJob qualityJob;
     bool qualityJson = false;
     CLI::App& qualityApp = *app.add_subcommand("quality", "measure made-up limbs beside other skinning");
+    ViewJob viewJob;
+    bool viewJson = false;
+    CLI::App& viewApp = *app.add_subcommand("view", "write a page that plays a deformed clip in a browser");
     MirrorJob mirrorJob;
     TransferJob transferJob;
     std::string mirrorAxis = "x", mirrorFrom = "plus";
@@ -426,6 +455,7 @@ ExitCode run(int argc, char** argv) {
     addTransfer(transferApp, transferJob, transferJson);
     addCheck(checkApp, checkJob, checkJson);
     addDraw(drawApp, drawJob, drawJson);
+    addView(viewApp, viewJob, viewJson);
     addDoctor(doctorApp, doctorJob, doctorJson);
     addCompare(compareApp, compareJob, compareJson);
     addQuality(qualityApp, qualityJob, qualityJson);
@@ -466,6 +496,7 @@ ExitCode run(int argc, char** argv) {
     if (checkApp.parsed()) return runCheckVerb(checkJob, checkJson);
     if (qualityApp.parsed()) return runQualityVerb(qualityJob, qualityJson);
     if (drawApp.parsed()) return runDrawVerb(drawJob, drawJson);
+    if (viewApp.parsed()) return runViewVerb(viewJob, viewJson);
     job.blocks.params = params == "nearest" ? ParamSearch::kNearest : ParamSearch::kWeightedBone;
     job.tangentTurn = tangentTurn != 0;
     return runDeformVerb(job, json);

@@ -12,6 +12,7 @@
 #include "host/quality/quality_job.h"
 #include "host/reset/reset_job.h"
 #include "host/rig_edit/edit_jobs.h"
+#include "host/view/view_job.h"
 
 #include <string>
 #include <vector>
@@ -53,6 +54,7 @@ ExitCode runCheckVerb(const CheckJob& job, bool json);
 
 /// Draws a rig over its character, then prints what was drawn, or with `json` one report object.
 ExitCode runDrawVerb(const DrawJob& job, bool json);
+ExitCode runViewVerb(const ViewJob& job, bool json);
 
 /// Compares, then prints figures, or with `json` one report object. kFindings when a difference is past the
 /// tolerance.
