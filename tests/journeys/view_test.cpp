@@ -86,7 +86,8 @@ protected:
     Opened open(const std::string& address, const std::string& more) {
         const std::string line = "timeout 100 " + findBrowser() +
                                  " --no-sandbox --disable-gpu-sandbox --enable-unsafe-swiftshader "
-                                 "--hide-scrollbars --enable-logging=stderr --window-size=900,500 "
+                                 "--hide-scrollbars --host-resolver-rules='MAP * ~NOTFOUND' "
+                                 "--enable-logging=stderr --window-size=900,500 "
                                  "--virtual-time-budget=5000 --user-data-dir='" +
                                  path("profile") + "' " + more + " 'file://" + address + "' > '" +
                                  path("dom") + "' 2> '" + path("talk") + "'";
