@@ -69,7 +69,12 @@ std::string withoutLine(const std::string& text) {
 std::string outcome(const ReplayedCall& call) {
     if (call.unavailable) return "not available";
     if (call.threw) return "threw '" + *call.threw + "'";
-    return call.status ? "status " + std::to_string(*call.status) : "no status";
+    const std::string status = call.status ? "status " + std::to_string(*call.status) : "no status";
+    return call.deviceFault ? status + ", " + *call.deviceFault : status;
+}
+
+bool failed(const ReplayedCall& call) {
+    return call.unavailable || call.threw || call.deviceFault || call.status.value_or(0) != 0;
 }
 
 std::string messages(const ReplayedCall& call) {
@@ -80,7 +85,9 @@ std::string messages(const ReplayedCall& call) {
 }
 
 void compareCalls(const ReplayedCall& first, const ReplayedCall& second, const std::string& name,
-                  std::vector<std::string>& differences) {
+                  std::vector<std::string>& differences, std::vector<std::string>& failures) {
+    if (failed(first) && outcome(first) == outcome(second))
+        failures.push_back(name + ": " + outcome(first) + " on both sides, showed " + messages(first));
     if (outcome(first) != outcome(second))
         differences.push_back(name + ": " + outcome(first) + " against " + outcome(second));
     if (messages(first) != messages(second))
@@ -161,7 +168,7 @@ std::unique_ptr<Comparison> compareAnswers(const CompareJob& job, CompareReport&
     for (std::size_t k = 0; k < first.size(); ++k) {
         const std::string name = "call " + std::to_string(k) + " (" + first[k].call + ")";
         if (first[k].call != second[k].call) report.answers.push_back(name + ": against " + second[k].call);
-        compareCalls(first[k], second[k], name, report.answers);
+        compareCalls(first[k], second[k], name, report.answers, report.failures);
         if (handed) handed->follow(capture->calls[k]);
         if (!comparable(first[k], second[k])) continue;
         std::optional<MeantDifferences> meant;

@@ -31,8 +31,9 @@ struct CompareReport {
     Difference judged; ///< without the points that are meant to differ; the same as `all` when there are none
     /// Points that are meant to differ, summed over frames: by their own weight, by a block's threshold.
     std::uint64_t weighted = 0, threshold = 0;
-    std::vector<std::string> meant;   ///< what is meant to differ; one line each
-    std::vector<std::string> answers; ///< statuses and messages that differ; one line each
+    std::vector<std::string> meant;    ///< what is meant to differ; one line each
+    std::vector<std::string> answers;  ///< statuses and messages that differ; one line each
+    std::vector<std::string> failures; ///< calls that failed alike on both sides; one line each
     /// Largest distance that is allowed between judged points. Not given: for processor and device 2e-5 of
     /// the largest coordinate, else none.
     std::optional<double> limit;

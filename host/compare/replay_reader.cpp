@@ -18,7 +18,7 @@ ShownMessage readMessage(const JsonValue& json, const JsonPlace& place) {
 
 ReplayedCall readCall(const JsonValue& json, const JsonPlace& place) {
     const std::string callKey = "call", statusKey = "status", threwKey = "threw", messagesKey = "messages",
-                      pointsKey = "points", unavailableKey = "unavailable";
+                      pointsKey = "points", unavailableKey = "unavailable", faultKey = "deviceFault";
     const Object& object = readObject(json, place);
     ReplayedCall call;
     call.call = readText(needKey(object, callKey, place), JsonPlace(place, callKey));
@@ -29,6 +29,8 @@ ReplayedCall readCall(const JsonValue& json, const JsonPlace& place) {
         call.status = readInt(*status, JsonPlace(place, statusKey));
     if (const JsonValue* threw = findKey(object, threwKey))
         call.threw = readText(*threw, JsonPlace(place, threwKey));
+    if (const JsonValue* fault = findKey(object, faultKey))
+        call.deviceFault = readText(*fault, JsonPlace(place, faultKey));
     if (const JsonValue* points = findKey(object, pointsKey))
         call.points = readPoints(*points, JsonPlace(place, pointsKey));
     return call;

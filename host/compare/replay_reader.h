@@ -17,6 +17,7 @@ struct ReplayedCall {
     bool unavailable = false;
     std::optional<std::int32_t> status;
     std::optional<std::string> threw;
+    std::optional<std::string> deviceFault; ///< what the host could not do on the device
     std::vector<ShownMessage> messages;
     std::optional<std::vector<Vec3d>> points; ///< of evaluations
 };

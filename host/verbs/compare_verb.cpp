@@ -65,6 +65,7 @@ std::string summary(const CompareReport& report) {
                         withShare(report.judged, report.judged.largest) + " over " +
                         counted(report.judged.points, "point"));
     for (const std::string& line : report.answers) text += oneLine(line);
+    for (const std::string& line : report.failures) text += oneLine(line);
     if (!report.picture.empty()) text += oneLine("wrote " + report.picture);
     if (report.limit)
         text += std::string(report.over ? "OVER" : "within") + " the tolerance of " + number(*report.limit) +
@@ -107,6 +108,7 @@ std::string reportJson(const CompareReport& report) {
     json.key("threshold").value(report.threshold);
     json.key("meant").value(meantLines(report));
     json.key("answers").value(report.answers);
+    json.key("failures").value(report.failures);
     json.key("tolerance");
     report.limit ? json.value(*report.limit) : json.null();
     json.key("over").value(report.over);

@@ -162,6 +162,16 @@ TEST_F(Devices, ComparePrintsWhatIsMeantToDiffer) {
         EXPECT_NE(ran.out.find(part), std::string::npos) << part << "\n" << ran.out;
 }
 
+TEST_F(Devices, CompareTellsOfCallsThatFailedOnBothSides) {
+    const Ran ran = run({"compare", golden("eleven_joints.capture.json")});
+    EXPECT_EQ(ran.exitCode, 0) << ran.out;
+    EXPECT_NE(ran.out.find("call 0 (deformCpu): status 1 on both sides, showed error: "), std::string::npos)
+        << ran.out;
+    EXPECT_NE(ran.out.find("Joint's number must not be > 10"), std::string::npos) << ran.out;
+    const Json report = json({"compare", golden("bent90.capture.json"), "--json"});
+    EXPECT_EQ(report.at("failures"), Json::array());
+}
+
 TEST_F(Devices, CompareEndsWithSixPastTheTolerance) {
     deform("cpu", "a.pc2");
     run({"deform", kBull, "--clip", "Run", "--frames", "1-4", "--simple", "-o", path("b.pc2"), "--quiet"});
@@ -224,6 +234,13 @@ TEST_F(Devices, CompareReadsAnswersBack) {
     EXPECT_EQ(changed.at("answers").size(), 1u);
     EXPECT_EQ(changed.at("all").at("unlike"), 1);
     EXPECT_EQ(changed.at("all").at("worstPoint"), 2);
+    // What the host could not do on a device is a difference too.
+    other = Json::parse(fileText(answer));
+    other["calls"][0]["deviceFault"] = "the device did not give the points back (CL_OUT_OF_RESOURCES)";
+    const Json fault =
+        json({"compare", answer, write("fault.json", other.dump()), "--json", "--tolerance", "1"}, 6);
+    ASSERT_EQ(fault.at("answers").size(), 1u);
+    EXPECT_NE(fault["answers"][0].get<std::string>().find("did not give the points back"), std::string::npos);
 }
 
 TEST_F(Devices, TheDoctorTellsAllThatAReportNeeds) {
