@@ -132,7 +132,7 @@ function start() {
   // Which points `state` tells about, for checks: #probe=0,5
   const probed = (asked.get("probe") ?? "").split(",").filter((t) => t !== "").map(Number);
   function tell(shown) {
-    const state = { frame: data.frames[view.index], colour: view.colour.key, ways: {} };
+    const state = { frame: data.frames[view.index], colour: view.colour.key, eye: camera.position.toArray(), ways: {} };
     const gl = renderer.getContext();
     for (const { pane, rect } of shown) {
       const places = pane.mesh.geometry.getAttribute("position").array;

@@ -229,6 +229,53 @@ TEST_F(View, BrowserComplainsAboutAPageWithoutData) {
     EXPECT_NE(console(opened.talk).find("this page has no character"), std::string::npos) << opened.talk;
 }
 
+// A person's hands, in the browser's virtual time: it runs timers, but no animation frames beyond the first,
+// so these become timers.
+const char* const kHands = R"js(<script>
+window.requestAnimationFrame = (f) => setTimeout(() => f(performance.now()), 16);
+const $$ = (id) => document.getElementById(id), told = {};
+const note = (name) => { told[name] = JSON.parse($$("state").textContent); delete told[name].ways; };
+const pointer = (type, x) => $$("canvas").dispatchEvent(new PointerEvent(type, { pointerId: 1, pointerType: "mouse",
+  button: 0, buttons: type === "pointerup" ? 0 : 1, clientX: x, clientY: 150, pageX: x, pageY: 150, bubbles: true }));
+const steps = [
+  [1000, () => note("playing")],
+  [1500, () => { note("later"); $$("play").click(); }],
+  [1600, () => note("stopped")],
+  [2000, () => { note("still"); $$("scrub").value = 6; $$("scrub").dispatchEvent(new Event("input")); }],
+  [2100, () => { note("scrubbed"); dispatchEvent(new KeyboardEvent("keydown", { key: "ArrowLeft" })); }],
+  [2200, () => { note("back"); $$("colour").value = 1; $$("colour").dispatchEvent(new Event("change")); }],
+  [2300, () => { note("coloured"); $$("canvas").setPointerCapture = $$("canvas").releasePointerCapture = () => {};
+    pointer("pointerdown", 300); pointer("pointermove", 350); pointer("pointermove", 420); pointer("pointerup", 420); }],
+  [2500, () => { note("orbited"); document.documentElement.dataset.told = btoa(JSON.stringify(told)); }],
+];
+for (const [at, act] of steps) setTimeout(act, at);
+</script>)js";
+
+TEST_F(View, PlaysStopsScrubsColoursAndOrbits) {
+    if (!cannotOpen().empty()) GTEST_SKIP() << cannotOpen();
+    view({});
+    std::string page = fileText(path("out.html"));
+    page.insert(page.find("<head>") + 6, kHands);
+    write("hands.html", page);
+    const Opened opened = open(path("hands.html"), "--dump-dom");
+    EXPECT_EQ(console(opened.talk), "");
+    const std::string head = "data-told=\"";
+    const std::size_t start = opened.document.find(head);
+    ASSERT_NE(start, std::string::npos) << opened.talk;
+    const Json told = Json::parse(decode64(opened.document.substr(start + head.size())));
+    const auto frame = [&](const char* when) { return told.at(when).at("frame").get<int>(); };
+    // Half a second at 24 frames per second, round a clip of 25.
+    EXPECT_NEAR((frame("later") - frame("playing") + 25) % 25, 12, 2);
+    EXPECT_EQ(frame("stopped"), frame("still"));
+    EXPECT_EQ(frame("scrubbed"), 7) << "places count from 0, frames from 1";
+    EXPECT_EQ(frame("back"), 6);
+    EXPECT_EQ(told.at("back").at("colour"), "none");
+    EXPECT_EQ(told.at("coloured").at("colour"), "weights");
+    EXPECT_EQ(told.at("coloured").at("eye"), told.at("playing").at("eye"));
+    EXPECT_NE(told.at("orbited").at("eye"), told.at("coloured").at("eye"));
+    EXPECT_EQ(frame("orbited"), 6);
+}
+
 TEST_F(View, ScreenshotShowsTheCharacterMoving) {
     if (!cannotOpen().empty()) GTEST_SKIP() << cannotOpen();
     view({});
