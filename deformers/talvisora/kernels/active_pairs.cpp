@@ -7,6 +7,7 @@
 
 #include <tbb/blocked_range.h>
 #include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
 
 #include <algorithm>
 #include <atomic>
@@ -18,13 +19,12 @@ namespace talvisora {
 
 namespace {
 
-/// One block's pairs lie in long runs even in small tiles, whose points stay in the first-level cache; where
-/// blocks share a tile their runs are short, and a tile as large as the second-level cache makes them longer.
+/// The larger a tile, the longer its runs and the fewer pairs are left over at their ends; the largest one
+/// still fits the second-level cache. A small mesh is to be divided among the threads all the same.
 std::size_t tilePointsFor(const PointStage& stage) {
-    if (stage.blockCount == 1) return kMostTilePoints / 4;
-    // A small mesh is still to be divided among threads.
+    const std::size_t tiles = 4 * static_cast<std::size_t>(tbb::this_task_arena::max_concurrency());
     std::size_t points = kMostTilePoints;
-    while (points > 1024 && stage.pointCount < 4 * points) points /= 2;
+    while (points > 1024 && stage.pointCount < tiles * points) points /= 2;
     return points;
 }
 
