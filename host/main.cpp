@@ -177,6 +177,28 @@ void addDeform(CLI::App& app, DeformJob& job, std::string& params, int& tangentT
     addModuleOptions(app, job.module, job.variant, job.threads);
 }
 
+void addBench(CLI::App& app, BenchJob& job, bool& json) {
+    DeformJob& deform = job.deform;
+    app.add_option("character", deform.character, "character file: glTF 2.0, FBX, COLLADA or X")
+        ->required()
+        ->type_name("CHARACTER");
+    app.add_option("--clip", deform.clip, "clip, by its name or a unique part of it; default: the first")
+        ->type_name("NAME");
+    app.add_option("--frames", deform.frames, "frames, e.g. 1-48 or 1,12,24; default: the whole clip")
+        ->type_name("LIST");
+    app.add_option("--rounds", job.rounds, "times that all frames are evaluated; default: 5")
+        ->check(CLI::Range(1, 1000))
+        ->type_name("N");
+    addUnits(app, deform.units);
+    app.add_option("--rig", deform.rig, "use this rig file; default: make a rig up")
+        ->type_name("FILE.rig.json");
+    app.add_flag("--simple", deform.blocks.simple, "one control point per joint, for cords and tails")
+        ->excludes("--rig");
+    app.add_flag("--json", json, "print one JSON report on standard output");
+    app.add_flag("--quiet", deform.quiet, "no summary, no notes, no progress bar");
+    addModuleOptions(app, deform.module, deform.variant, deform.threads);
+}
+
 void addDoctor(CLI::App& app, DoctorJob& job, bool& json) {
     app.add_flag("!--no-self-check", job.selfCheck, "look only, evaluate nothing");
     app.add_flag("--json", json, "print one JSON report on standard output");
@@ -440,6 +462,9 @@ ExitCode run(int argc, char** argv) {
     bool mirrorJson = false, transferJson = false;
     CLI::App& mirrorApp = *app.add_subcommand("mirror", "make one side of a rig like the other");
     CLI::App& transferApp = *app.add_subcommand("transfer", "carry a rig to another mesh");
+    BenchJob benchJob;
+    bool benchJson = false;
+    CLI::App& benchApp = *app.add_subcommand("bench", "time the evaluations of a character's frames");
     DoctorJob doctorJob;
     bool doctorJson = false;
     CLI::App& doctorApp = *app.add_subcommand("doctor", "tell what is here, what is missing and what helps");
@@ -456,6 +481,7 @@ ExitCode run(int argc, char** argv) {
     addCheck(checkApp, checkJob, checkJson);
     addDraw(drawApp, drawJob, drawJson);
     addView(viewApp, viewJob, viewJson);
+    addBench(benchApp, benchJob, benchJson);
     addDoctor(doctorApp, doctorJob, doctorJson);
     addCompare(compareApp, compareJob, compareJson);
     addQuality(qualityApp, qualityJob, qualityJson);
@@ -491,6 +517,7 @@ ExitCode run(int argc, char** argv) {
         return runMirrorVerb(mirrorJob, mirrorJson);
     }
     if (transferApp.parsed()) return runTransferVerb(transferJob, transferJson);
+    if (benchApp.parsed()) return runBenchVerb(benchJob, benchJson);
     if (doctorApp.parsed()) return runDoctorVerb(doctorJob, doctorJson);
     if (compareApp.parsed()) return runCompareVerb(compareJob, compareJson);
     if (checkApp.parsed()) return runCheckVerb(checkJob, checkJson);

@@ -3,6 +3,7 @@
 // to standard error; failures are HostError.
 #pragma once
 
+#include "host/bench/bench_job.h"
 #include "host/bind/bind_job.h"
 #include "host/check/check_job.h"
 #include "host/compare/compare_job.h"
@@ -40,6 +41,9 @@ struct InfoVerb {
 
 /// Prints the attribute tree of a module, or joints, chains, clips, points and weights of a character.
 ExitCode runInfoVerb(const InfoVerb& verb);
+
+/// Times a character's frames, then prints the times, or with `json` one report object.
+ExitCode runBenchVerb(const BenchJob& job, bool json);
 
 /// Deforms, then prints a summary, or with `json` one report object.
 ExitCode runDeformVerb(const DeformJob& job, bool json);
