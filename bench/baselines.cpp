@@ -120,20 +120,23 @@ TALVISORA_AVX512 void blendFloatAvx512(const SkinJob<float>& job, std::size_t fi
 }
 
 TALVISORA_AVX512 void blendDoubleAvx512(const SkinJob<double>& job, std::size_t first, std::size_t end) {
+    const __m512i low = _mm512_setr_epi64(0, 0, 0, 0, 1, 1, 1, 1);
+    const __m512i high = _mm512_setr_epi64(2, 2, 2, 2, 3, 3, 3, 3);
+    const __m256d ones = _mm256_set1_pd(1.0);
     for (std::size_t i = first; i < end; ++i) {
         if (i % 2 == 0) prefetch(job, i);
         double* p = job.points + 3 * i;
-        const float* w = job.weights + 4 * i;
+        const __m512d weights = _mm512_castpd256_pd512(_mm256_cvtps_pd(_mm_loadu_ps(job.weights + 4 * i)));
         __m512d xy = _mm512_setzero_pd(), zt = xy;
         for (int k = 0; k < 4; ++k) {
             const double* m = matrixOf(job, i, k);
-            const __m512d weight = _mm512_set1_pd(static_cast<double>(w[k]));
+            const __m512d weight = _mm512_permutexvar_pd(_mm512_set1_epi64(k), weights);
             xy = _mm512_fmadd_pd(weight, _mm512_loadu_pd(m), xy);
             zt = _mm512_fmadd_pd(weight, _mm512_loadu_pd(m + 8), zt);
         }
-        const __m512d inXY = _mm512_insertf64x4(_mm512_set1_pd(p[0]), _mm256_set1_pd(p[1]), 1);
-        const __m512d inZ1 = _mm512_insertf64x4(_mm512_set1_pd(p[2]), _mm256_set1_pd(1.0), 1);
-        const __m512d r = _mm512_fmadd_pd(zt, inZ1, _mm512_mul_pd(xy, inXY));
+        const __m512d point = _mm512_castpd256_pd512(_mm256_mask_loadu_pd(ones, 7, p));
+        const __m512d r = _mm512_fmadd_pd(zt, _mm512_permutexvar_pd(high, point),
+                                          _mm512_mul_pd(xy, _mm512_permutexvar_pd(low, point)));
         storeThree(p, _mm256_add_pd(_mm512_castpd512_pd256(r), _mm512_extractf64x4_pd(r, 1)));
     }
 }

@@ -2,13 +2,11 @@
 // Four groups of candidates, each timed in rounds of its own, and the ratios between them.
 #include "bench/goals.h"
 
-#include <tbb/global_control.h>
 #include <tbb/task_arena.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <memory>
 
 #include "bench/scene.h"
 #include "bench/stopwatch.h"
@@ -49,10 +47,6 @@ std::vector<Width> widths() {
     return list;
 }
 
-std::unique_ptr<tbb::global_control> limitThreads(std::size_t count) {
-    return std::make_unique<tbb::global_control>(tbb::global_control::max_allowed_parallelism, count);
-}
-
 const Blend<double>& blendOf(const std::vector<Blend<double>>& blends, const char* name) {
     for (const Blend<double>& blend : blends)
         if (std::string(blend.name) == name) return blend;
@@ -77,7 +71,6 @@ public:
 };
 
 void oneBlock(const GoalOptions& options, Results& results) {
-    const auto limit = limitThreads(1);
     Scene plain({options.points, 1, false}), tweaks({options.points, 1, true});
     Scene plainShuffled({options.points, 1, false, true}), tweaksShuffled({options.points, 1, true, true});
     SceneRounds rounds;
@@ -133,7 +126,6 @@ void oneBlock(const GoalOptions& options, Results& results) {
 }
 
 void twentyBlocks(const GoalOptions& options, Results& results) {
-    const auto limit = limitThreads(1);
     Scene plain({options.points, 20, false}), tweaks({options.points, 20, true});
     Scene plainShuffled({options.points, 20, false, true}), tweaksShuffled({options.points, 20, true, true});
     SceneRounds rounds;
@@ -184,7 +176,6 @@ void threads(const GoalOptions& options, Results& results) {
     for (const std::size_t points : {options.points, options.points / 20}) {
         Scene scene({points, 1, false});
         SceneRounds rounds;
-        // Arenas of their own: the process's one keeps the size that it had when it was first used.
         tbb::task_arena one(1), two(2);
         const auto add = [&](const char* name, tbb::task_arena& arena) {
             return rounds.add(
@@ -202,7 +193,6 @@ void threads(const GoalOptions& options, Results& results) {
 }
 
 void smallMeshes(const GoalOptions& options, Results& results) {
-    const auto limit = limitThreads(1);
     Scene fifty({50000, 20, false}), twenty({20000, 12, false});
     SceneRounds rounds;
     const Width first = widths().front();
@@ -312,11 +302,12 @@ void printJson(const GoalOptions& options, const Results& results) {
 
 bool runGoals(const GoalOptions& options) {
     Results results;
+    tbb::task_arena one(1); // a limit for the whole process would outlive itself
     for (const std::string& group : options.groups) {
-        if (group == "one") oneBlock(options, results);
-        if (group == "twenty") twentyBlocks(options, results);
+        if (group == "one") one.execute([&] { oneBlock(options, results); });
+        if (group == "twenty") one.execute([&] { twentyBlocks(options, results); });
         if (group == "threads") threads(options, results);
-        if (group == "small") smallMeshes(options, results);
+        if (group == "small") one.execute([&] { smallMeshes(options, results); });
     }
     options.json ? printJson(options, results) : printText(options, results);
     return std::all_of(results.measures.begin(), results.measures.end(),
