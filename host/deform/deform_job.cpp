@@ -129,6 +129,17 @@ DeformReport runDeformJob(const DeformJob& job) {
                         "--picture " + job.picture + ": " + std::to_string(pictureFrames.size()) +
                             " frames, and a moving picture has at most " + std::to_string(kMaxMovingFrames) +
                             "; choose some with --picture-frames");
+    if (moving) {
+        const PictureSize size = pictureSizeNamed(job.pictureSize);
+        const double cells = static_cast<double>(pictureFrames.size()) * (job.baseline ? 2.0 : 1.0);
+        const double pixels = cells * size.width * size.height;
+        if (pixels > kMaxMovingPixels)
+            throw HostError(ExitCode::kUsage,
+                            "--picture " + job.picture + ": the frames would have " +
+                                std::to_string(std::lround(pixels / 1e6)) +
+                                " million pixels, and 2000 are the most; give a smaller --size, or choose "
+                                "frames with --picture-frames");
+    }
     const int captureFrame = job.captureFrame == 0
                                  ? clipFrames.front()
                                  : inputs.framesOf(std::to_string(job.captureFrame)).front();

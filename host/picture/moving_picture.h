@@ -15,6 +15,8 @@ namespace talvisora::host {
 /// Most frames of one moving picture, and most of them in a second: players stretch what is faster.
 constexpr std::size_t kMaxMovingFrames = 3000;
 constexpr double kMaxMovingRate = 90.0;
+/// Most pixels of all frames together: packed, they take about half a byte each in memory.
+constexpr double kMaxMovingPixels = 2e9;
 
 /// One moving picture in the making; it repeats for ever. Holds one picture and the compressed frames, never
 /// all pictures. The file appears whole at close() or not at all. Failures are HostError (kOutput).

@@ -216,9 +216,10 @@ void checkSize(const ViewJob& job, const DeformInputs& inputs, std::size_t ways)
     const double perPoint = static_cast<double>(ways) * 6.0 + (job.gpu >= 0 ? 2.0 : 0.0);
     const double frames = static_cast<double>(inputs.frames.size());
     const double points = static_cast<double>(inputs.character.points.size());
-    const double megabytes =
-        (points * (frames * perPoint + 2.0 * static_cast<double>(inputs.rig.blocks.size()))) * 4.0 / 3.0 /
-        1e6;
+    const double blocks = static_cast<double>(inputs.rig.blocks.size());
+    // Per block and frame about 150 lines, two ends of six bytes each.
+    const double bytes = points * (frames * perPoint + 2.0 * blocks) + frames * blocks * 150.0 * 12.0;
+    const double megabytes = bytes * 4.0 / 3.0 / 1e6; // in base64
     if (megabytes > kMaxMegabytes)
         refuse("-o " + job.output + ": the page would have " + std::to_string(std::lround(megabytes)) +
                " MB, and 96 are the most; choose fewer frames with --frames");
@@ -233,6 +234,9 @@ std::string defaultViewPage() {
 ViewReport runViewJob(const ViewJob& job) {
     checkOptions(job);
     const std::string page = readPage(job.page);
+    std::error_code missing;
+    if (fs::equivalent(job.page.empty() ? defaultViewPage() : job.page, job.output, missing))
+        refuse("-o " + job.output + ": the same file as the page to fill; give it a name of its own");
     chooseVariant(job.variant);
     ViewReport report;
     report.output = job.output;

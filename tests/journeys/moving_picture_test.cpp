@@ -129,6 +129,10 @@ TEST_F(MovingPictures, MistakesAreOneLineAndLeaveNoFile) {
          "a moving picture shows at most 90 frames per second; give a smaller --fps",
          {"--picture", webp, "--fps", "91"}},
         {3, "clip", {"--picture", webp, "--picture-frames", "900"}},
+        // 91 frames of one second, two cells each, 16 million pixels in a cell: 2912 million
+        {2,
+         "2912 million pixels, and 2000 are the most; give a smaller --size",
+         {"--picture", webp, "--fps", "90", "--size", "4000x4000", "--baseline"}},
         {4, "no_such_folder", {"--picture", path("no_such_folder/p.webp")}},
     };
     for (const Case& mistake : cases) {

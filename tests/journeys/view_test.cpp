@@ -177,6 +177,7 @@ TEST_F(View, MistakesAreOneLineAndLeaveNoFile) {
          "nothing.html: the page to fill is not there; it is built with npm: install nodejs and npm",
          {"-o", out, "--page", path("nothing.html")}},
         {3, "no page of grhost view; build it again", {"-o", out, "--page", path("bar.gltf")}},
+        {2, "the same file as the page to fill; give it a name of its own", {"-o", empty, "--page", empty}},
         {2, "a .html expected", {"-o", path("o.txt"), "--page", empty}},
         {2, "--fps must be a positive number", {"-o", out, "--page", empty, "--fps", "0"}},
         {2, "--character goes with a rig file", {"-o", out, "--page", empty, "--character", "x"}},
