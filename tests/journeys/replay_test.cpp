@@ -197,8 +197,8 @@ TEST_F(Replay, BrokenTablesEndInMessages) {
     const Json circle = {joint("a", "b", identity, identity), joint("b", "a", identity, identity)};
     const Json dangling = {joint("a", "gone", identity, identity), joint("b", "a", identity, identity)};
     const Json calls = replay(movedCapture({withTable(circle), kDeform, withTable(dangling), kDeform,
-                                            withTable({joint("a", "", identity, identity)}), kDeform,
-                                            withTable(Json::array()), kDeform}),
+                                            withTable(Json::array({joint("a", "", identity, identity)})),
+                                            kDeform, withTable(Json::array()), kDeform}),
                               1);
     EXPECT_EQ(calls[1].at("messages").at(0).at("text"), "arm_deform: worldMatrix: cannot find a");
     EXPECT_EQ(calls[3].at("messages").at(0).at("text"), "arm_deform: worldMatrix: cannot find gone");
