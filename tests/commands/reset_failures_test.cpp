@@ -9,16 +9,17 @@ namespace {
 using namespace fixtures;
 using Texts = std::vector<std::string>;
 
-struct Command {
+struct ResetCommand {
     const char* name;
     int (*run)(ValueMap&);
     const char* child;
     const char* progress;
 };
-const Command kCommands[] = {{"resetParams", resetParams, "params", "info Reset params for block["},
-                             {"resetWeights", resetWeights, "blockWeights", "info Reset weights for block["}};
+const ResetCommand kResets[] = {
+    {"resetParams", resetParams, "params", "info Reset params for block["},
+    {"resetWeights", resetWeights, "blockWeights", "info Reset weights for block["}};
 
-class ResetFailures : public ResetTest, public testing::WithParamInterface<Command> {
+class ResetFailures : public ResetTest, public testing::WithParamInterface<ResetCommand> {
 protected:
     ResetFailures() { makeTube(); }
 
@@ -251,7 +252,7 @@ TEST_P(ResetFailures, LinesNameTheirChecksAndStay) {
     EXPECT_EQ(lines, (std::vector<int>{511, 512, 513, 515, 514}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Commands, ResetFailures, testing::ValuesIn(kCommands),
+INSTANTIATE_TEST_SUITE_P(Commands, ResetFailures, testing::ValuesIn(kResets),
                          [](const auto& test) { return std::string(test.param.name); });
 
 } // namespace

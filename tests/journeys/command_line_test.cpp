@@ -10,8 +10,6 @@
 namespace talvisora::journeys {
 namespace {
 
-const std::string kBull = "/usr/share/assimp/models/X/Testwuson.X"; // from Debian's assimp-testmodels
-
 class CommandLine : public Journey {
 protected:
     // Runs, expects one line with all of these parts and nothing else, and no new file.

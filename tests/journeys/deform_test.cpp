@@ -10,8 +10,6 @@
 namespace talvisora::journeys {
 namespace {
 
-const std::string kBull = "/usr/share/assimp/models/X/Testwuson.X"; // from Debian's assimp-testmodels
-
 class Deform : public Journey {
 protected:
     void SetUp() override {

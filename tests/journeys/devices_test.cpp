@@ -8,8 +8,6 @@
 namespace talvisora::journeys {
 namespace {
 
-const std::string kBull = "/usr/share/assimp/models/X/Testwuson.X"; // from Debian's assimp-testmodels
-
 // An environment variable for as long as this lives; grhost inherits it.
 class Variable {
 public:

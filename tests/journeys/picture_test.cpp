@@ -16,8 +16,6 @@ namespace {
 using host::Image;
 using host::Rgb;
 
-const std::string kBull = "/usr/share/assimp/models/X/Testwuson.X"; // from Debian's assimp-testmodels
-
 class Picture : public Journey {
 protected:
     // Runs and reads the sheet back; `says` must name it.

@@ -27,7 +27,6 @@ protected:
     }
 };
 
-const Json kDeform = {{"call", "deformCpu"}};
 const Json kKeep = {{"call", "deformCpu"}, {"points", "keep"}};
 
 TEST_F(Replay, EveryEvaluationStartsFromTheRecordsPointsUnlessItKeeps) {

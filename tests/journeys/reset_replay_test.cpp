@@ -47,7 +47,6 @@ Json list(const std::vector<int>& indices, const std::vector<double>& values) {
 
 const std::vector<int> kAll = {0, 1, 2, 3, 4, 5, 6, 7};
 const std::vector<double> kEnds = {0, 1, 0, 1, 0, 1, 0, 1}; // parameters of the corners
-const Json kDeform = {{"call", "deformCpu"}};
 
 class ResetReplay : public Journey {
 protected:

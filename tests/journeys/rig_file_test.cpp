@@ -9,8 +9,6 @@
 namespace talvisora::journeys {
 namespace {
 
-const std::string kBull = "/usr/share/assimp/models/X/Testwuson.X"; // from Debian's assimp-testmodels
-
 class RigFile : public Journey {
 protected:
     void SetUp() override {

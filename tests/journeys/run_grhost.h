@@ -19,6 +19,9 @@ namespace talvisora::journeys {
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
+inline const std::string kBull = "/usr/share/assimp/models/X/Testwuson.X"; // from Debian's assimp-testmodels
+inline const Json kDeform = {{"call", "deformCpu"}};                       // of a capture
+
 struct Ran {
     int exitCode = -1; ///< 128 and more: ended by a signal
     std::string out, err;
