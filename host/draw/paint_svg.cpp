@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <string_view>
 
 namespace talvisora::host {
 
@@ -25,17 +26,41 @@ std::string hex(Rgb c) {
     return text;
 }
 
-std::string escaped(const std::string& text) {
+// Bytes of the character at the start of `text` that XML may hold, or 0.
+std::size_t characterLength(std::string_view text) {
+    const auto byte = [text](std::size_t k) { return static_cast<unsigned char>(text[k]); };
+    const unsigned first = byte(0);
+    if (first < 0x80) return first < 0x20 ? 0 : 1;
+    const std::size_t length = first < 0xc2 ? 0 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : first < 0xf5 ? 4 : 0;
+    if (length == 0 || length > text.size()) return 0;
+    unsigned code = first & (0x7fu >> length);
+    for (std::size_t k = 1; k < length; ++k) {
+        if ((byte(k) & 0xc0u) != 0x80) return 0;
+        code = code << 6 | (byte(k) & 0x3fu);
+    }
+    constexpr unsigned kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool isSurrogate = code >= 0xd800 && code <= 0xdfff, isNone = code == 0xfffe || code == 0xffff;
+    return code < kSmallest[length] || code > 0x10ffff || isSurrogate || isNone ? 0 : length;
+}
+
+// Names come from files and may hold anything; what XML cannot hold becomes a question mark.
+std::string escaped(std::string_view text) {
     std::string safe;
-    for (const char c : text) {
-        if (c == '<')
+    while (!text.empty()) {
+        const std::size_t length = characterLength(text);
+        if (text[0] == '<')
             safe += "&lt;";
-        else if (c == '&')
+        else if (text[0] == '>')
+            safe += "&gt;";
+        else if (text[0] == '&')
             safe += "&amp;";
-        else if (c == '"')
+        else if (text[0] == '"')
             safe += "&quot;";
+        else if (length == 0)
+            safe += '?';
         else
-            safe += static_cast<unsigned char>(c) < 0x20 ? '?' : c;
+            safe += text.substr(0, length);
+        text.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return safe;
 }
