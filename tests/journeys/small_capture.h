@@ -20,6 +20,7 @@ inline Json emptyFloats() {
 
 // Two joints along x, moved by (0, 2, 0); two points, the second with half a block weight.
 inline Json movedCapture(Json calls) {
+    if (!calls.is_array()) calls = Json::array({calls}); // what some compilers make of braces around one call
     Json block = {
         {"talvisora__name", {{"GrString", "b"}}},
         {"talvisora__env", {{"GrFloat", 1}}},
