@@ -188,7 +188,7 @@ TEST_P(NearestSamples, OfACloudOfPointsAreThePlainOnes) {
     expectPlainAnswers(samples, queries);
 }
 
-INSTANTIATE_TEST_SUITE_P(Variants, NearestSamples, testing::ValuesIn(allVariants()),
+INSTANTIATE_TEST_SUITE_P(Variants, NearestSamples, testing::ValuesIn(variantsHere()),
                          [](const auto& test) { return variantName(test.param); });
 
 TEST(NearestSamplesOfAll, AgreeWithTheIndependentTable) {
