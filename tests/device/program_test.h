@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Body for tests that run the module's OpenCL program: one device and one compiled kernel for all of them.
-// Without a device they skip with a sentence; ProgramDevice.IsThere fails then, so that nobody takes that for
-// a pass.
+// Without a device they fail with a sentence that says what to install.
 #pragma once
 
 #include <gtest/gtest.h>
