@@ -26,7 +26,7 @@ double now(Clock clock) {
 std::size_t Rounds::add(std::string name, std::size_t points, std::function<void()> prepare,
                         std::function<void()> run, Clock clock, std::function<std::uint64_t()> hashOf) {
     candidates_.push_back(
-        {std::move(name), std::move(prepare), std::move(run), points, clock, {}, std::move(hashOf)});
+        {std::move(name), std::move(prepare), std::move(run), points, clock, {}, std::move(hashOf), 0, {}});
     return candidates_.size() - 1;
 }
 
@@ -35,6 +35,7 @@ void Rounds::run(int count) {
         for (Candidate& candidate : candidates_) {
             candidate.prepare();
             coolCaches();
+            if (candidate.justBefore) candidate.justBefore();
             const double start = now(candidate.clock);
             candidate.run();
             const double end = now(candidate.clock);

@@ -23,6 +23,7 @@ struct Candidate {
     std::vector<double> seconds;           ///< one per round
     std::function<std::uint64_t()> hashOf; ///< of the result; empty when it has none
     std::uint64_t hash = 0;
+    std::function<void()> justBefore; ///< not timed: after the caches were cooled; may be empty
 };
 
 /// A list of candidates and their times. Caches are cooled before every call, as they are when a frame of an

@@ -32,7 +32,7 @@ TEST_F(Threads, FaultsOfManyBlocksAreShownByTheCallingThreadOnly) {
 
 TEST_F(Threads, NodesEvaluatedAtOnceGiveWhatEachGivesAlone) {
     constexpr std::size_t kNodes = 4, kRounds = 25;
-    makeRig(6, 3000, 6);
+    makeRig(6, 4000, 6); // large enough for the points to be shared among threads
     ASSERT_EQ(evaluate(), 0);
     const std::vector<Vec3d> expected = record.points;
     std::array<std::size_t, kNodes> same{};

@@ -2,14 +2,11 @@
 // The parallel loop of the point stage: block tables once, then tiles of points through the chosen variant.
 #include "kernels/deform_points.h"
 
-#include <tbb/blocked_range.h>
-#include <tbb/parallel_for.h>
-#include <tbb/partitioner.h>
-
 #include <algorithm>
 
 #include "kernels/active_pairs.h"
 #include "kernels/dispatch.h"
+#include "kernels/tile_loop.h"
 
 namespace talvisora {
 
@@ -25,14 +22,15 @@ void buildTables(const PointStage& stage, const ObjectFrame& frame, std::vector<
     }
 }
 
-template <class Body>
-void forTiles(std::size_t count, const Body& body) {
-    tbb::parallel_for(
-        tbb::blocked_range<std::size_t>(0, count, 1),
-        [&](const tbb::blocked_range<std::size_t>& range) {
-            for (std::size_t t = range.begin(); t != range.end(); ++t) body(t);
-        },
-        tbb::auto_partitioner());
+/// Waking a thread takes some hundred microseconds until it helps, and its waker a good part of that. Below
+/// this number of plain pairs (6 to 8 ns each) one thread is done sooner.
+constexpr std::size_t kFewestSharedPairs = 16384;
+constexpr std::size_t kPlainPairsPerTweakedPair = 3;
+
+bool isWorthSharing(const ActivePairs& pairs) {
+    const bool tweaked = std::any_of(pairs.tables.begin(), pairs.tables.end(),
+                                     [](const BlockTable& table) { return table.jointCount > 0; });
+    return pairs.pairCount() * (tweaked ? kPlainPairsPerTweakedPair : 1) >= kFewestSharedPairs;
 }
 
 /// What all tiles share.
@@ -60,14 +58,16 @@ TileJob placedJob(const PointStage& stage, const TileJob& common, std::size_t si
     return job;
 }
 
-/// The job of one tile: views into the stage and the list.
-TileJob makeJob(const PointStage& stage, const TileJob& common, const ActivePairs& pairs, std::size_t t) {
-    const std::size_t size = pairs.tilePoints(), first = t * size;
+/// The job of one tile: views into the stage and the list. `next` is the tile that is likely to follow.
+TileJob makeJob(const PointStage& stage, const TileJob& common, const ActivePairs& pairs, std::size_t t,
+                std::size_t next) {
+    const std::size_t size = pairs.tilePoints();
     TileJob job = placedJob(stage, common, size, t);
     pairs.fillJob(t, job);
-    if (stage.pointCount - first > size) {
-        job.nextPoints = job.points + 3 * size;
-        job.nextCount = static_cast<std::int32_t>(std::min(size, stage.pointCount - first - size));
+    if (next != TileRange::kNone) {
+        const std::size_t first = next * size;
+        job.nextPoints = &stage.points[first].x;
+        job.nextCount = static_cast<std::int32_t>(std::min(size, stage.pointCount - first));
     }
     return job;
 }
@@ -80,8 +80,8 @@ void deformPoints(const PointStage& stage, ActivePairs& pairs, const VariantTabl
     makeObjectFrame(*stage.geoMatrix, *stage.geoMatrixInverse, frame);
     buildTables(stage, frame, pairs.tables);
     const TileJob common = commonJob(stage, frame, pairs);
-    forTiles(pairs.tiles().size(), [&](std::size_t t) {
-        if (pairs.tiles()[t].runCount > 0) variant.deformTile(makeJob(stage, common, pairs, t));
+    forTiles(pairs.tiles().size(), isWorthSharing(pairs), [&](std::size_t t, std::size_t next) {
+        if (pairs.tiles()[t].runCount > 0) variant.deformTile(makeJob(stage, common, pairs, t, next));
     });
 }
 
@@ -97,7 +97,8 @@ void deformPointsOnce(const PointStage& stage, ActivePairs& room) {
     buildTables(stage, frame, room.tables);
     const TileJob common = commonJob(stage, frame, room);
     constexpr std::size_t size = ActivePairs::kUnlistedTilePoints;
-    forTiles((stage.pointCount + size - 1) / size, [&](std::size_t t) {
+    const bool shared = stage.pointCount >= kFewestSharedPairs / 2; // finding the pairs takes as long again
+    forTiles((stage.pointCount + size - 1) / size, shared, [&](std::size_t t, std::size_t) {
         ActivePairs::deformUnlisted(stage, variant, placedJob(stage, common, size, t), t);
     });
 }
