@@ -50,6 +50,14 @@ TALVISORA_LANES void putPoints(double* base, const uint16_t* index, const Points
     storePoints(base, index + kLanes, p.x.b, p.y.b, p.z.b);
 }
 
+/// Whether any lane is set.
+TALVISORA_LANES bool anyOf(LaneMask mask) {
+    return bitsOf(mask) != 0;
+}
+TALVISORA_LANES bool anyOf(MaskPair mask) {
+    return (bitsOf(mask.a) | bitsOf(mask.b)) != 0;
+}
+
 /// Four terms, summed in pairs: the order that rows of a table and lanes of points share.
 template <class P>
 TALVISORA_LANES P sumOfFour(const P& t0, const P& t1, const P& t2, const P& t3) {

@@ -71,6 +71,7 @@ TALVISORA_LANES void collide(const TweakJoint& joint, bool before, const MapRows
     const Floats distance = narrow(sub(dotWith(joint.planeNormal, p), broadcast(joint.planeDistance)));
     const Lanes zero = broadcast(0.0);
     const auto crossed = before ? less(widen(distance), zero) : greater(widen(distance), zero);
+    if (!anyOf(crossed)) return; // as nearly everywhere: few points are near the crease
     p.x = select(crossed, sub(p.x, wayBack<P>(joint, 0, distance, maps)), p.x);
     p.y = select(crossed, sub(p.y, wayBack<P>(joint, 1, distance, maps)), p.y);
     p.z = select(crossed, sub(p.z, wayBack<P>(joint, 2, distance, maps)), p.z);
