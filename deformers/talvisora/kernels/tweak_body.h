@@ -68,10 +68,12 @@ TALVISORA_LANES P wayBack(const TweakJoint& joint, int axis, const Floats& dista
 template <class P>
 TALVISORA_LANES void collide(const TweakJoint& joint, bool before, const MapRows& maps, PointsOf<P>& p) {
     typedef typename GroupOf<P>::Floats Floats;
-    const Floats distance = narrow(sub(dotWith(joint.planeNormal, p), broadcast(joint.planeDistance)));
-    const Lanes zero = broadcast(0.0);
+    const P along = dotWith(joint.planeNormal, p);
+    const Lanes plane = broadcast(joint.planeDistance), zero = broadcast(0.0);
+    // Few points are near the crease. What is past the plane in single precision is so in double.
+    if (!anyOf(before ? less(along, plane) : greater(along, plane))) return;
+    const Floats distance = narrow(sub(along, plane));
     const auto crossed = before ? less(widen(distance), zero) : greater(widen(distance), zero);
-    if (!anyOf(crossed)) return; // as nearly everywhere: few points are near the crease
     p.x = select(crossed, sub(p.x, wayBack<P>(joint, 0, distance, maps)), p.x);
     p.y = select(crossed, sub(p.y, wayBack<P>(joint, 1, distance, maps)), p.y);
     p.z = select(crossed, sub(p.z, wayBack<P>(joint, 2, distance, maps)), p.z);
