@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "evaluate/block_stage.h"
+#include "node/attribute_names.h"
 #include "reference/literal_deform.h"
 #include "rig/rig_arrays.h"
 
@@ -40,6 +41,13 @@ void Scene::nextPose() {
     step_ = 1 - step_;
     limb_.pose(step_);
     restore();
+}
+
+void Scene::nextWeights() {
+    const float factor = weightFactor_ == 1.0f ? 0.5f : 2.0f; // exact there and back
+    weightFactor_ *= factor;
+    for (ValueMap& block : castTo<GrCompound>(limb_.attributes[attribute::kBlock])->values)
+        for (float& weight : castTo<GrFloat>(block[attribute::kBlockWeights])->values) weight *= factor;
 }
 
 void Scene::keepCaches(bool keep) {

@@ -30,6 +30,9 @@ public:
     void restoreSkin() { skinPoints_ = skinRest_; }
     /// Another pose than before and the points back: what an animation hands to the deformer.
     void nextPose();
+    /// Other block weights than before, on every point that has any: what a painter's stroke over everything,
+    /// or an animated weight, hands to the deformer.
+    void nextWeights();
     /// "CACHE_ATTRIBUTES".
     void keepCaches(bool keep);
 
@@ -50,6 +53,7 @@ private:
     DeformRecord record_;
     std::vector<float> skinRest_, skinPoints_, skinMatrices_;
     int step_ = 0;
+    float weightFactor_ = 1.0f;
 };
 
 } // namespace talvisora::bench
