@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The automatic rig as a page of sentences: chains, ends, frames as records, seeds.
 #include "host/character/auto_blocks.h"
+#include "host/character/rigging/chain_choice.h"
 #include "host/character/rigging/chain_frames.h"
-#include "host/character/rigging/chain_spec.h"
 #include "host/character/rigging/seeds.h"
 
 #include <algorithm>

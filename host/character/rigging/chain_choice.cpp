@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Order: read the text, walk each chain from its last joint up, settle who owns what, hand over what is left.
-#include "host/character/rigging/chain_spec.h"
+#include "host/character/rigging/chain_choice.h"
 
 #include <algorithm>
 #include <map>
@@ -50,10 +50,10 @@ private:
     std::size_t at_ = 0;
 };
 
-std::vector<Chosen> readSpec(const std::string& spec) {
+std::vector<Chosen> readChoice(const std::string& text) {
     std::vector<Chosen> chains;
     std::set<std::string> names;
-    for (Reader reader(spec); !reader.atEnd();) {
+    for (Reader reader(text); !reader.atEnd();) {
         Chosen chain;
         chain.name = reader.name();
         if (chain.name.empty() && (reader.takeSeparator() || reader.atEnd())) continue; // an empty line
@@ -119,9 +119,9 @@ std::vector<int> settleOwners(const Character& character, std::vector<Chain>& ch
 
 } // namespace
 
-ChainPlan planChosenChains(const Character& character, const std::string& spec, std::size_t recordLimit) {
+ChainPlan planChosenChains(const Character& character, const std::string& choice, std::size_t recordLimit) {
     ChainPlan plan;
-    for (const Chosen& chosen : readSpec(spec)) {
+    for (const Chosen& chosen : readChoice(choice)) {
         Chain chain;
         chain.name = chosen.name;
         chain.joints = walk(character, chosen);

@@ -15,6 +15,6 @@ namespace talvisora::host::rigging {
 /// says so). A chain gets a virtual end when its last joint is its own and moves points, or when it has no
 /// other joint. HostError kUsage, "--blocks: …": text that cannot be read, unknown joints, LAST not below
 /// FIRST, a joint inside two chains, more records than the limit.
-ChainPlan planChosenChains(const Character& character, const std::string& spec, std::size_t recordLimit);
+ChainPlan planChosenChains(const Character& character, const std::string& choice, std::size_t recordLimit);
 
 } // namespace talvisora::host::rigging
