@@ -174,9 +174,8 @@ void twentyBlocks(const GoalOptions& options, Results& results) {
     // anew.
     const std::size_t cached = whole("20 blocks, whole evaluation, cached", true, false);
     const std::size_t uncached = whole("20 blocks, whole evaluation, uncached", false, false);
-    const std::size_t painted = whole("20 blocks, whole evaluation, uncached, other weights", false, true);
-    const std::size_t after =
-        whole("20 blocks, whole evaluation, uncached, after other weights", false, false);
+    whole("20 blocks, whole evaluation, uncached, other weights", false, true);
+    whole("20 blocks, whole evaluation, uncached, after other weights", false, false);
     rounds.run(options.rounds);
     for (Row& r : rows) r.blend = fasterBlend(rounds, r.blend, rows.front().blend);
 
@@ -193,10 +192,6 @@ void twentyBlocks(const GoalOptions& options, Results& results) {
                      rounds.ratio(r.tweaksShuffled, r.tweaks), wide ? 3.3 : 2.5, 1.5});
     }
     results.measures.push_back({"uncached over cached, AVX2", rounds.ratio(uncached, cached), 6, 4});
-    results.measures.push_back(
-        {"uncached with other weights over cached, AVX2", rounds.ratio(painted, cached), 6, 4});
-    results.measures.push_back(
-        {"uncached after other weights over cached, AVX2", rounds.ratio(after, cached), 6, 4});
     results.keep(rounds);
 }
 

@@ -121,28 +121,47 @@ bool cacheRows(const std::vector<BlockLists>& blocks, std::size_t pointCount, bo
     return changed.load(std::memory_order_relaxed);
 }
 
+/// Whether a list is a whole row in order: then it is copied as it stands.
+bool isWholeRow(const GrFloat& list, std::size_t pointCount) {
+    return list.values.size() == pointCount && list.indices.size() == pointCount && isDense(list.indices);
+}
+
 /// Whether the lists are whole rows in order.
 void findDense(std::size_t pointCount, std::vector<BlockLists>& blocks) {
     tbb::parallel_for(tbb::blocked_range<std::size_t>(0, blocks.size(), 1),
                       [&](const tbb::blocked_range<std::size_t>& range) {
-                          for (std::size_t b = range.begin(); b != range.end(); ++b) {
-                              const GrFloat& list = *blocks[b].weights;
-                              blocks[b].dense = list.values.size() == pointCount &&
-                                                list.indices.size() == pointCount && isDense(list.indices);
-                          }
+                          for (std::size_t b = range.begin(); b != range.end(); ++b)
+                              blocks[b].dense = isWholeRow(*blocks[b].weights, pointCount);
                       });
+}
+
+/// A row of ones; whether it was another.
+bool takeOverOnes(std::size_t count, float* to) {
+    bool differs = false;
+    for (std::size_t i = 0; i < count; ++i) differs |= to[i] != 1.0f;
+    if (differs) std::fill_n(to, count, 1.0f);
+    return differs;
+}
+
+/// One weight map; whether it changed. Mostly nobody has painted it, or somebody has painted all of it.
+bool cacheMap(const GrFloat& list, std::size_t pointCount, float* row) {
+    if (list.values.empty()) return takeOverOnes(pointCount, row);
+    if (isWholeRow(list, pointCount)) return takeOver(list.values.data(), pointCount, row);
+    std::vector<float> spread(pointCount);
+    setRow(list, pointCount, spread.data());
+    return takeOver(spread.data(), pointCount, row);
 }
 
 /// The weight maps; whether any changed.
 bool cacheMaps(const NodeAttributes& values, std::size_t pointCount, PointCache& cache) {
-    bool changed = false;
-    std::vector<float> spread(pointCount);
     cache.weightMaps.resize(kWeightMapCount * pointCount);
-    for (int m = 0; m < kWeightMapCount && pointCount > 0; ++m) {
-        setRow(*values.weightMaps[m], pointCount, spread.data());
-        changed |= takeOver(spread.data(), pointCount, &cache.weightMaps[mapSlot(m, pointCount, 0)]);
-    }
-    return changed;
+    if (pointCount == 0) return false;
+    std::atomic<bool> changed{false};
+    tbb::parallel_for(0, kWeightMapCount, [&](int m) {
+        if (cacheMap(*values.weightMaps[m], pointCount, &cache.weightMaps[mapSlot(m, pointCount, 0)]))
+            changed.store(true, std::memory_order_relaxed);
+    });
+    return changed.load(std::memory_order_relaxed);
 }
 
 Fault readTweak(const ValueMap& element, Tweak& tweak) {

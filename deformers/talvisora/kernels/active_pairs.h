@@ -51,7 +51,7 @@ public:
     /// variant, ascending. `common` is what all tiles share. Same results as with a kept list.
     static void deformUnlisted(const PointStage& stage, const VariantTable& variant, const TileJob& common,
                                std::size_t tile);
-    static constexpr std::size_t kUnlistedTilePoints = 2048;
+    static constexpr std::size_t kUnlistedTilePoints = 4096;
 
 private:
     bool fits(const PointStage& stage) const;
