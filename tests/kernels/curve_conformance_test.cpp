@@ -112,28 +112,44 @@ TEST_P(CurveConformance, PointsAreBitEqualToTheLiteralSum) {
         }
 }
 
-TEST_P(CurveConformance, SpansAndBasisOfManyParametersAreThoseOfOne) {
-    const auto knots = literal::clampedKnots(28);
-    const auto knotCount = static_cast<unsigned>(knots.size());
-    const auto all = parameters(knots);
-    for (std::size_t count : {0u, 1u, 2u, 3u, 7u, 8u, 9u, 15u, 17u, 33u, 400u}) {
-        const std::vector<float> us(all.begin(),
-                                    all.begin() + static_cast<std::ptrdiff_t>(std::min(count, all.size())));
-        // One guard value behind each array.
-        std::vector<std::int32_t> spans(us.size() + 1, -7);
-        std::vector<float> basis(4 * us.size() + 1, -7.0f);
-        table().spanBasis(knots.data(), knotCount, us.data(), static_cast<std::int32_t>(us.size()),
-                          spans.data(), basis.data());
-        for (std::size_t i = 0; i < us.size(); ++i) {
-            const unsigned span = literal::findSpan(knots.data(), knotCount, 3, us[i]);
-            float expected[4];
-            literal::basisFunction(knots.data(), 3, span, us[i], expected);
-            ASSERT_EQ(spans[i], static_cast<std::int32_t>(span));
-            for (std::size_t k = 0; k < 4; ++k) ASSERT_TRUE(same(basis[4 * i + k], expected[k])) << us[i];
-        }
+TEST_P(CurveConformance, SpansOfManyParametersAreThoseOfOne) {
+    for (std::size_t controlPoints : {4u, 5u, 28u}) {
+        const auto knots = literal::clampedKnots(controlPoints);
+        const auto knotCount = static_cast<unsigned>(knots.size());
+        std::vector<float> us = parameters(knots);
+        us.insert(us.end(), {-1.0f, 2.0f, std::nanf(""), -HUGE_VALF, HUGE_VALF});
+        std::vector<std::int32_t> spans(us.size() + 1, -7); // one guard value behind
+        table().findSpans(knots.data(), knotCount, us.data(), static_cast<std::int32_t>(us.size()),
+                          spans.data());
+        for (std::size_t i = 0; i < us.size(); ++i)
+            ASSERT_EQ(spans[i],
+                      static_cast<std::int32_t>(literal::findSpan(knots.data(), knotCount, 3, us[i])))
+                << us[i];
         EXPECT_EQ(spans.back(), -7);
-        EXPECT_EQ(basis.back(), -7.0f);
     }
+}
+
+TEST_P(CurveConformance, BasisOfARunIsThatOfEachParameterInGroups) {
+    const auto knots = literal::clampedKnots(28);
+    for (const std::int32_t span : {3, 11, 27})
+        for (std::size_t count : {0u, 1u, 2u, 3u, 7u, 8u, 9u, 15u, 17u, 33u, 400u}) {
+            const std::size_t at = static_cast<std::size_t>(span);
+            std::vector<float> us;
+            for (std::size_t i = 0; i < count; ++i)
+                us.push_back(knots[at] +
+                             (knots[at + 1] - knots[at]) * static_cast<float>(i) / static_cast<float>(count));
+            std::vector<float> basis(4 * count + 1, -7.0f);
+            table().runBasis(knots.data(), span, us.data(), static_cast<std::int32_t>(count), basis.data());
+            for (std::size_t i = 0; i < count; ++i) {
+                float expected[4];
+                literal::basisFunction(knots.data(), 3, static_cast<unsigned>(span), us[i], expected);
+                const std::size_t group = i / kPairGroup * kPairGroup;
+                const std::size_t inGroup = std::min<std::size_t>(kPairGroup, count - group);
+                for (std::size_t k = 0; k < 4; ++k)
+                    ASSERT_TRUE(same(basis[4 * group + k * inGroup + i - group], expected[k])) << us[i];
+            }
+            EXPECT_EQ(basis.back(), -7.0f);
+        }
 }
 
 // de Casteljau on four points is the same curve; the basis values carry about 2^-24 each.

@@ -130,8 +130,8 @@ private:
 
     void addBlock(std::int32_t b, const float* weights, const TileLists* lists) {
         const int knots = controlPointCount(stage_.blocks[b]) + 4;
-        variant_.spanBasis(stage_.knots + knotSlot(b, 0), static_cast<unsigned>(knots), params_, acting_,
-                           spans_, basis_);
+        variant_.findSpans(stage_.knots + knotSlot(b, 0), static_cast<unsigned>(knots), params_, acting_,
+                           spans_);
         sortBySpan(acting_);
         for (int k = 0; k < acting_;) {
             const std::int32_t span = spans_[order_[k]];
@@ -167,7 +167,7 @@ private:
         if (!count) return;
         if (lists) {
             lists->runs[runCount] = {b, span, pairCount, laterCount, count, first, unit};
-            writePairs(count, weights, *lists);
+            writePairs(b, span, count, weights, *lists);
         }
         for (int k = 0; k < count; ++k) {
             const std::uint16_t point = points_[members_[k]];
@@ -187,17 +187,18 @@ private:
         ++runCount;
     }
 
-    void writePairs(int count, const float* weights, const TileLists& lists) const {
+    void writePairs(std::int32_t b, std::int32_t span, int count, const float* weights,
+                    const TileLists& lists) {
+        for (int k = 0; k < count; ++k) runParams_[k] = params_[members_[k]];
+        variant_.runBasis(stage_.knots + knotSlot(b, 0), span, runParams_, count,
+                          lists.pairBasis + 4 * static_cast<std::size_t>(pairCount));
         for (int from = 0; from < count; from += kPairGroup) {
             const int inGroup = std::min(kPairGroup, count - from);
             const std::size_t place = static_cast<std::size_t>(pairCount) + static_cast<std::size_t>(from);
             for (int k = 0; k < inGroup; ++k) {
-                const int pair = members_[from + k];
-                const std::uint16_t point = points_[pair];
+                const std::uint16_t point = points_[members_[from + k]];
                 lists.pairPoints[place + k] = point;
                 lists.pairWeights[place + k] = weights[point];
-                for (int r = 0; r < 4; ++r)
-                    lists.pairBasis[4 * place + r * inGroup + k] = basis_[4 * pair + r];
                 if (!lists.pairMaps) continue;
                 for (int m = 0; m < kWeightMapCount; ++m)
                     lists.pairMaps[kWeightMapCount * place + m * inGroup + k] =
@@ -216,10 +217,10 @@ private:
     std::uint16_t points_[kMostTilePoints + 1]; ///< the last one is written past a full list, never read
     float params_[kMostTilePoints];
     std::int32_t spans_[kMostTilePoints];
-    float basis_[4 * kMostTilePoints];
     bool firstTime_[kMostTilePoints];
     std::uint16_t order_[kMostTilePoints];
     std::uint16_t members_[kMostTilePoints]; ///< of the run at hand
+    float runParams_[kMostTilePoints];
 };
 
 bool anyTweaks(const BlockTable* tables, int blockCount) {

@@ -64,54 +64,68 @@ TALVISORA_LANES Lanes quotient(Lanes basis, Lanes right, Lanes left) {
     return roundToFloat(div(basis, add(right, left)));
 }
 
-/// basisFunction for degree 3 in lanes, each lane on a span of its own.
-static void spanBasis(const float* knots, unsigned knotCount, const float* params, int32_t count,
-                      int32_t* spans, float* basis) {
+static void findSpans(const float* knots, unsigned knotCount, const float* params, int32_t count,
+                      int32_t* spans) {
     const unsigned spanCount = knotCount - 4;
+    for (int32_t k = 0; k < count; ++k) spans[k] = (int32_t)guessSpan(knots, spanCount, params[k]);
+}
+
+/// basisFunction for degree 3 in lanes that share a span. `around` are the three knots on either side of it.
+TALVISORA_LANES void basisOfSpan(const FloatLanes* around, FloatLanes at, FloatLanes* basis) {
     const Lanes zero = broadcast(0.0);
-    for (int32_t first = 0; first < count; first += kLanes) {
-        float u[kLanes], around[6][kLanes], rows[4][kLanes];
-        const int32_t inGroup = count - first < kLanes ? count - first : kLanes;
-        for (int32_t k = 0; k < kLanes; ++k) {
-            u[k] = params[first + (k < inGroup ? k : inGroup - 1)];
-            const unsigned span = guessSpan(knots, spanCount, u[k]);
-            for (unsigned a = 0; a < 6; ++a) around[a][k] = knots[span - 2 + a];
-            if (k < inGroup) spans[first + k] = (int32_t)span;
+    const Lanes left3 = widen(subFloats(at, around[0]));
+    const Lanes left2 = widen(subFloats(at, around[1]));
+    const Lanes left1 = widen(subFloats(at, around[2]));
+    const Lanes right1 = widen(subFloats(around[3], at));
+    const Lanes right2 = widen(subFloats(around[4], at));
+    const Lanes right3 = widen(subFloats(around[5], at));
+
+    Lanes t = quotient(broadcast(1.0), right1, left1);
+    Lanes n0 = roundToFloat(add(zero, mul(right1, t)));
+    Lanes n1 = roundToFloat(mul(left1, t));
+
+    t = quotient(n0, right1, left2);
+    n0 = roundToFloat(add(zero, mul(right1, t)));
+    Lanes saved = mul(left2, t);
+    t = quotient(n1, right2, left1);
+    n1 = roundToFloat(add(saved, mul(right2, t)));
+    Lanes n2 = roundToFloat(mul(left1, t));
+
+    t = quotient(n0, right1, left3);
+    n0 = add(zero, mul(right1, t));
+    saved = mul(left3, t);
+    t = quotient(n1, right2, left2);
+    n1 = add(saved, mul(right2, t));
+    saved = mul(left2, t);
+    t = quotient(n2, right3, left1);
+    n2 = add(saved, mul(right3, t));
+
+    basis[0] = narrow(n0);
+    basis[1] = narrow(n1);
+    basis[2] = narrow(n2);
+    basis[3] = narrow(mul(left1, t));
+}
+
+/// The basis values of a run, group by group.
+static void runBasis(const float* knots, int32_t span, const float* params, int32_t count, float* basis) {
+    FloatLanes around[6], values[4];
+    for (int a = 0; a < 6; ++a) around[a] = broadcastFloat(knots[span - 2 + a]);
+    for (int32_t group = 0; group < count; group += kPairGroup) {
+        const int32_t inGroup = count - group < kPairGroup ? count - group : kPairGroup;
+        float* rows = basis + 4 * (size_t)group;
+        int32_t k = 0;
+        for (; k + kLanes <= inGroup; k += kLanes) {
+            basisOfSpan(around, loadFloatLanes(params + group + k), values);
+            for (int r = 0; r < 4; ++r) storeFloatLanes(rows + r * inGroup + k, values[r]);
         }
-        const FloatLanes at = loadFloatLanes(u);
-        const Lanes left3 = widen(subFloats(at, loadFloatLanes(around[0])));
-        const Lanes left2 = widen(subFloats(at, loadFloatLanes(around[1])));
-        const Lanes left1 = widen(subFloats(at, loadFloatLanes(around[2])));
-        const Lanes right1 = widen(subFloats(loadFloatLanes(around[3]), at));
-        const Lanes right2 = widen(subFloats(loadFloatLanes(around[4]), at));
-        const Lanes right3 = widen(subFloats(loadFloatLanes(around[5]), at));
-
-        Lanes t = quotient(broadcast(1.0), right1, left1);
-        Lanes n0 = roundToFloat(add(zero, mul(right1, t)));
-        Lanes n1 = roundToFloat(mul(left1, t));
-
-        t = quotient(n0, right1, left2);
-        n0 = roundToFloat(add(zero, mul(right1, t)));
-        Lanes saved = mul(left2, t);
-        t = quotient(n1, right2, left1);
-        n1 = roundToFloat(add(saved, mul(right2, t)));
-        Lanes n2 = roundToFloat(mul(left1, t));
-
-        t = quotient(n0, right1, left3);
-        n0 = add(zero, mul(right1, t));
-        saved = mul(left3, t);
-        t = quotient(n1, right2, left2);
-        n1 = add(saved, mul(right2, t));
-        saved = mul(left2, t);
-        t = quotient(n2, right3, left1);
-        n2 = add(saved, mul(right3, t));
-        const Lanes n3 = mul(left1, t);
-
-        storeFloatLanes(rows[0], narrow(n0));
-        storeFloatLanes(rows[1], narrow(n1));
-        storeFloatLanes(rows[2], narrow(n2));
-        storeFloatLanes(rows[3], narrow(n3));
-        for (int32_t k = 0; k < inGroup; ++k)
-            for (int r = 0; r < 4; ++r) basis[4 * (first + k) + r] = rows[r][k];
+        if (k == inGroup) continue;
+        float last[kLanes], row[kLanes];
+        for (int32_t i = 0; i < kLanes; ++i)
+            last[i] = params[group + (k + i < inGroup ? k + i : inGroup - 1)];
+        basisOfSpan(around, loadFloatLanes(last), values);
+        for (int r = 0; r < 4; ++r) {
+            storeFloatLanes(row, values[r]);
+            for (int32_t i = k; i < inGroup; ++i) rows[r * inGroup + i] = row[i - k];
+        }
     }
 }

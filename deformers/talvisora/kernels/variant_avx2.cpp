@@ -24,8 +24,8 @@ typedef LanePair DeformGroup;
 
 #include "kernels/nearest_body.h"
 
-const VariantTable kTable = {"avx2",    findSpan,   basisFunction, evaluateCurve,
-                             spanBasis, deformTile, nearestTile};
+const VariantTable kTable = {"avx2",    findSpan, basisFunction, evaluateCurve,
+                             findSpans, runBasis, deformTile,    nearestTile};
 
 } // namespace avx2
 } // namespace talvisora

@@ -24,8 +24,8 @@ typedef Lanes DeformGroup;
 
 #include "kernels/nearest_body.h"
 
-const VariantTable kTable = {"avx512",  findSpan,   basisFunction, evaluateCurve,
-                             spanBasis, deformTile, nearestTile};
+const VariantTable kTable = {"avx512",  findSpan, basisFunction, evaluateCurve,
+                             findSpans, runBasis, deformTile,    nearestTile};
 
 } // namespace avx512
 } // namespace talvisora

@@ -92,9 +92,12 @@ struct VariantTable {
     /// `controlPoints` holds x, y, z triples.
     void (*evaluate)(const double* controlPoints, const float* knots, unsigned power, unsigned knotCount,
                      float u, double* point);
-    /// Span and four basis values of each of `count` parameters on one cubic curve; basis[4 * k + c].
-    void (*spanBasis)(const float* knots, unsigned knotCount, const float* params, int32_t count,
-                      int32_t* spans, float* basis);
+    /// The span of each of `count` parameters on one cubic curve: findSpan's.
+    void (*findSpans)(const float* knots, unsigned knotCount, const float* params, int32_t count,
+                      int32_t* spans);
+    /// The four basis values of each of `count` parameters in one span of a cubic curve: basisFunction's, in
+    /// groups as in TileJob.
+    void (*runBasis)(const float* knots, int32_t span, const float* params, int32_t count, float* basis);
     void (*deformTile)(const TileJob& job);
     void (*nearestTile)(const NearestJob& job);
 };
