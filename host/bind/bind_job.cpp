@@ -5,12 +5,12 @@
 #include "host/bind/distance_weights.h"
 #include "host/bind/nearest_bones.h"
 #include "host/deform/frame_outputs.h"
+#include "host/figures.h"
 #include "host/rig_file/rig_fit.h"
 #include "host/text_table.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <map>
 
 namespace talvisora::host {
@@ -36,8 +36,8 @@ void bindByDistance(const BindJob& job, const Character& character, const AutoRi
                             "' reaches no point: its curve lies outside the mesh, or the mesh is open there");
     }
     if (result.unreached)
-        notes.push_back(std::to_string(result.unreached) +
-                        " points are out of reach of every block; the nearest bone takes them");
+        notes.push_back(counted(result.unreached, "point is", "points are") +
+                        " out of reach of every block; the nearest bone takes them");
 }
 
 std::size_t pointsLeftBehind(const AutoRig& rig) {
@@ -84,11 +84,9 @@ std::string blockTable(const std::vector<BlockLine>& lines) {
     std::vector<std::vector<std::string>> rows = {
         {"block", "from", "to", "records", "points", "mean weight"}};
     for (const BlockLine& line : lines) {
-        char mean[32];
-        std::snprintf(mean, sizeof mean, "%.3f", line.meanWeight);
         rows.push_back({line.name + (line.simple ? " (simple)" : ""), line.firstJoint,
                         line.lastJoint + (line.end ? " (+ end)" : ""), std::to_string(line.records),
-                        std::to_string(line.points), mean});
+                        std::to_string(line.points), fixedNumber(line.meanWeight, 3)});
     }
     return alignedTable(rows, 3);
 }

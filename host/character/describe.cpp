@@ -3,24 +3,15 @@
 // joints as an indented tree, chains, clips, and what was noticed on the way.
 #include "host/character/describe.h"
 
+#include "host/figures.h"
+
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <map>
 
 namespace talvisora::host {
 
 namespace {
-
-std::string number(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.4g", value);
-    return text;
-}
-
-std::string counted(std::size_t count, const char* one, const char* many) {
-    return std::to_string(count) + " " + (count == 1 ? one : many);
-}
 
 double sizeOf(const std::vector<Vec3d>& points) {
     Vec3d low{HUGE_VAL, HUGE_VAL, HUGE_VAL}, high = -low;
@@ -75,17 +66,16 @@ CharacterDescription describeCharacter(const Character& character, const AutoRig
 std::vector<std::string> describeLines(const CharacterDescription& d, double fps) {
     std::vector<std::string> lines;
     lines.push_back(d.path);
-    lines.push_back("unit: 1 file unit is " + number(d.metresPerFileUnit) + " m" +
+    lines.push_back("unit: 1 file unit is " + shortNumber(d.metresPerFileUnit) + " m" +
                     (d.unitFromMetadata ? " (the file says so)" : "") + "; evaluated times " +
-                    number(d.evaluationPerFileUnit) + ", size " + number(d.size));
-    lines.push_back("mesh: " + counted(d.meshes, "mesh", "meshes") + ", " +
-                    counted(d.triangles, "triangle", "triangles") + ", " +
-                    counted(d.vertices, "vertex", "vertices") + " joined to " +
-                    counted(d.points, "point", "points"));
-    lines.push_back("weights: sums " + number(d.weights.smallestSum) + " to " + number(d.weights.largestSum) +
-                    "; " + std::to_string(d.weights.notOne) + " normalised, " +
-                    std::to_string(d.weights.unweighted) + " without weights; " + number(d.blocksPerPoint) +
-                    " chains act on a point");
+                    shortNumber(d.evaluationPerFileUnit) + ", size " + shortNumber(d.size));
+    lines.push_back("mesh: " + counted(d.meshes, "mesh", "meshes") + ", " + counted(d.triangles, "triangle") +
+                    ", " + counted(d.vertices, "vertex", "vertices") + " joined to " +
+                    counted(d.points, "point"));
+    lines.push_back("weights: sums " + shortNumber(d.weights.smallestSum) + " to " +
+                    shortNumber(d.weights.largestSum) + "; " + std::to_string(d.weights.notOne) +
+                    " normalised, " + std::to_string(d.weights.unweighted) + " without weights; " +
+                    shortNumber(d.blocksPerPoint) + " chains act on a point");
     lines.push_back("joints: " + std::to_string(d.joints.size()));
     std::vector<int> depth(d.joints.size(), 0);
     for (std::size_t j = 0; j < d.joints.size(); ++j) {
@@ -99,14 +89,12 @@ std::vector<std::string> describeLines(const CharacterDescription& d, double fps
         std::string line = "  " + chain.name + ": ";
         for (std::size_t j = 0; j < chain.joints.size(); ++j) line += (j ? " > " : "") + chain.joints[j];
         if (chain.virtualEnd) line += " > (end)";
-        lines.push_back(line + "; " + counted(chain.points, "point", "points") +
-                        (chain.simple ? "; simple" : ""));
+        lines.push_back(line + "; " + counted(chain.points, "point") + (chain.simple ? "; simple" : ""));
     }
     lines.push_back("clips: " + std::to_string(d.clips.size()));
     for (const ClipDescription& clip : d.clips)
-        lines.push_back("  " + clip.name + ": " + number(clip.seconds) + " s, " +
-                        counted(static_cast<std::size_t>(clip.frames), "frame", "frames") + " at " +
-                        number(fps));
+        lines.push_back("  " + clip.name + ": " + shortNumber(clip.seconds) + " s, " +
+                        counted(static_cast<std::size_t>(clip.frames), "frame") + " at " + shortNumber(fps));
     for (const std::string& warning : d.warnings) lines.push_back("note: " + warning);
     return lines;
 }

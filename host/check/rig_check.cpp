@@ -2,6 +2,7 @@
 #include "host/check/rig_check.h"
 
 #include "hierarchy.h"
+#include "host/figures.h"
 #include "world_matrices.h"
 
 #include <algorithm>
@@ -77,7 +78,7 @@ std::vector<Finding> checkChains(const AutoRig& rig) {
         findings.push_back({FindingKind::kChain, "", "the rig has no blocks, nothing would move", {}});
     for (const RigBlock& block : rig.blocks) {
         const std::size_t joints = block.joints.size();
-        const std::string has = "has " + std::to_string(joints) + (joints == 1 ? " joint; " : " joints; ");
+        const std::string has = "has " + counted(joints, "joint") + "; ";
         const bool simple = block.simple && joints >= kFewestSimpleJoints;
         if (joints < kFewestJoints)
             findings.push_back({FindingKind::kChain, block.name, has + "a chain needs two", {}});

@@ -3,6 +3,7 @@
 #include "host/capture/value_reader.h"
 #include "host/compare/compare_parts.h"
 #include "host/compare/replay_reader.h"
+#include "host/figures.h"
 #include "host/replay/replay.h"
 
 #include <cctype>
@@ -95,7 +96,7 @@ void compareCalls(const ReplayedCall& first, const ReplayedCall& second, const s
     if (first.points.has_value() != second.points.has_value())
         differences.push_back(name + ": points on one side only");
     else if (first.points && first.points->size() != second.points->size())
-        differences.push_back(name + ": " + std::to_string(first.points->size()) + " points against " +
+        differences.push_back(name + ": " + counted(first.points->size(), "point") + " against " +
                               std::to_string(second.points->size()));
 }
 
@@ -156,9 +157,9 @@ std::unique_ptr<Comparison> compareAnswers(const CompareJob& job, CompareReport&
         second = callsOf(job.second, job);
     }
     if (first.size() != second.size())
-        throw HostError(ExitCode::kInput,
-                        "'" + job.first + "' has " + std::to_string(first.size()) + " calls, '" + job.second +
-                            "' " + std::to_string(second.size()) + "; compare captures of the same calls");
+        throw HostError(ExitCode::kInput, "'" + job.first + "' has " + counted(first.size(), "call") + ", '" +
+                                              job.second + "' " + std::to_string(second.size()) +
+                                              "; compare captures of the same calls");
     std::uint64_t total = 0;
     for (std::size_t k = 0; k < first.size(); ++k)
         if (comparable(first[k], second[k])) total += first[k].points->size();

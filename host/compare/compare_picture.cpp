@@ -2,21 +2,15 @@
 // The worst frame of the first side, every point in the colour of its largest difference over all frames.
 #include "host/compare/compare_parts.h"
 #include "host/deform/frame_outputs.h"
+#include "host/figures.h"
 #include "host/picture/value_sheet.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace talvisora::host {
 
 namespace {
-
-std::string number(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3g", value);
-    return text;
-}
 
 ComparedMesh lentMesh(const CompareJob& job, std::size_t count) {
     const Character character = readCharacter(job.mesh, {job.deform.units});
@@ -26,9 +20,9 @@ ComparedMesh lentMesh(const CompareJob& job, std::size_t count) {
     mesh.zUp = job.deform.up == "z";
     mesh.perVertex = vertexCount(mesh.meshes) == count;
     if (!mesh.perVertex && mesh.points != count)
-        throw HostError(ExitCode::kInput, "'" + job.mesh + "' has " + std::to_string(mesh.points) +
-                                              " points at " + std::to_string(vertexCount(mesh.meshes)) +
-                                              " vertices, the files compared hold " + std::to_string(count) +
+        throw HostError(ExitCode::kInput, "'" + job.mesh + "' has " + counted(mesh.points, "point") + " at " +
+                                              counted(vertexCount(mesh.meshes), "vertex", "vertices") +
+                                              ", the files compared hold " + std::to_string(count) +
                                               "; name the character that they were made from");
     return mesh;
 }
@@ -71,9 +65,8 @@ void drawComparison(const CompareJob& job, const Comparison& comparison, const C
     options.cellSize = {480, 360};
     options.title = report.first + "  -  " + report.second;
     options.marks = "the worst point";
-    const ValueCell cell{"largest difference of each point over " + std::to_string(report.all.frames) + " " +
-                             report.unit + "s",
-                         "1 is " + number(top), std::move(drawn)};
+    const ValueCell cell{"largest difference of each point over " + counted(report.all.frames, report.unit),
+                         "1 is " + shortNumber(top, 3), std::move(drawn)};
     writePng(job.picture, drawValueSheet(mesh.meshes, points, {cell}, options));
 }
 

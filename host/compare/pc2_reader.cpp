@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/compare/pc2_reader.h"
 
+#include "host/figures.h"
 #include "host/host_error.h"
 
 #include <cmath>
@@ -55,8 +56,8 @@ Pc2Reader::Pc2Reader(std::string path) : path_(std::move(path)) {
     const bool fits =
         frameBytes == 0 || frames_ == 0 ? body == 0 : body % frameBytes == 0 && body / frameBytes == frames_;
     if (!fits)
-        refuse("its header says " + std::to_string(points_) + " points in " + std::to_string(frames_) +
-               " frames, but the file is not as long; write it again");
+        refuse("its header says " + counted(points_, "point") + " in " + counted(frames_, "frame") +
+               ", but the file is not as long; write it again");
 }
 
 int Pc2Reader::frameNumber(std::uint32_t k) const {

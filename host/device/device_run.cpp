@@ -2,9 +2,9 @@
 #include "host/device/device_run.h"
 
 #include "headless/opencl/devices.h"
+#include "host/figures.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace talvisora::host {
 
@@ -13,14 +13,8 @@ namespace {
 constexpr int kNotOffered = 2;         // status of a node without a GPU path
 constexpr double kLargestShare = 1e-3; // a device that is further off is not taken by itself
 
-std::string format(const char* pattern, double number) {
-    char text[64];
-    std::snprintf(text, sizeof text, pattern, number);
-    return text;
-}
-
 std::string milliseconds(double seconds) {
-    return format("%.2f ms", seconds * 1e3);
+    return fixedNumber(seconds * 1e3, 2) + " ms";
 }
 
 std::size_t errorsIn(const CallResult& result) {
@@ -154,15 +148,13 @@ DeviceReport DeviceRun::report() const {
     if (kernelCount_ > 0) report.kernelMilliseconds = kernelSum_ / static_cast<double>(kernelCount_);
     if (report.gpuFrames > 0 && report.fallback.empty()) {
         report.line = report.device;
-        if (kernelCount_ > 0) report.line += format(": kernel %.2f ms", report.kernelMilliseconds);
+        if (kernelCount_ > 0) report.line += ": kernel " + fixedNumber(report.kernelMilliseconds, 2) + " ms";
         if (!choice_.empty()) report.line += (kernelCount_ > 0 ? ", " : ": ") + choice_;
     } else {
         report.line = "CPU";
         if (!report.fallback.empty()) {
             report.line += ": " + report.device + " was given up";
-            if (report.gpuFrames > 0)
-                report.line += " after " + std::to_string(report.gpuFrames) +
-                               (report.gpuFrames == 1 ? " frame" : " frames");
+            if (report.gpuFrames > 0) report.line += " after " + counted(report.gpuFrames, "frame");
             report.line += ": " + report.fallback;
             if (report.gpuMessages > 1)
                 report.line += " (" + std::to_string(report.gpuMessages) + " messages)";
@@ -177,8 +169,8 @@ std::vector<std::string> deviceLines(const DeviceReport& report) {
     std::vector<std::string> lines;
     if (report.first) {
         const Difference& first = *report.first;
-        lines.push_back("first frame on both: largest difference " + format("%.3g", first.largest) + " (" +
-                        format("%.2g", 100.0 * first.share(first.largest)) +
+        lines.push_back("first frame on both: largest difference " + shortNumber(first.largest, 3) + " (" +
+                        shortNumber(100.0 * first.share(first.largest), 2) +
                         " % of the bounding box), at point " + std::to_string(first.worstPoint));
     }
     lines.push_back(report.line);

@@ -4,6 +4,7 @@
 // order, so bytes repeat.
 #include "host/picture/render.h"
 
+#include "host/figures.h"
 #include "host/host_error.h"
 #include "host/picture/canvas.h"
 #include "host/picture/mark.h"
@@ -29,7 +30,7 @@ void checkSize(const RenderOptions& options) {
 
 void checkCount(std::size_t points, std::size_t count, const char* what) {
     if (count != points)
-        throw HostError(ExitCode::kOutput, "cannot draw " + std::to_string(points) + " points with " +
+        throw HostError(ExitCode::kOutput, "cannot draw " + counted(points, "point") + " with " +
                                                std::to_string(count) + " " + what);
 }
 

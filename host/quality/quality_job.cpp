@@ -5,6 +5,7 @@
 #include "host/character/auto_blocks.h"
 #include "host/character/linear_blend.h"
 #include "host/deform/frame_outputs.h"
+#include "host/figures.h"
 #include "host/picture/contact_sheet.h"
 #include "host/picture/text.h"
 #include "host/quality/dual_quaternion.h"
@@ -91,7 +92,7 @@ AutoRig rigOf(const Limb& limb, const std::map<std::string, float>& tweaks) {
 }
 
 std::string percent(double share) {
-    return std::to_string(static_cast<int>(std::lround(share * 100.0))) + " %";
+    return fixedNumber(share * 100.0, 0) + " %";
 }
 
 // Stripes along the limb, so that a twist shows; crossing faces in red.
@@ -144,7 +145,7 @@ std::vector<std::vector<Deformed>> deformAll(const QualityJob& job, const Trial&
             if (m.brokenPoints > 0)
                 throw HostError(ExitCode::kModuleFailed,
                                 trial.shape.name + ", " + trialPose.label + ", " + row.method + ": " +
-                                    std::to_string(m.brokenPoints) + " points are not finite");
+                                    counted(m.brokenPoints, "point is", "points are") + " not finite");
             deformed.label = trialPose.label + ": " + percent(m.volume) + ", " + percent(m.crossSection);
             if (m.crossingFaces > 0) deformed.label += ", " + std::to_string(m.crossingFaces) + " x";
             all[method].push_back(std::move(deformed));

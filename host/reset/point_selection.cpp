@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/reset/point_selection.h"
 
+#include "host/figures.h"
 #include "host/host_error.h"
 
 #include <algorithm>
@@ -32,7 +33,7 @@ std::vector<std::uint32_t> parsePoints(const std::string& text, std::size_t poin
             refuse("numbers of points expected, for example 0-99,120");
         if (large || point >= points)
             refuse("point " + std::string(part) + " lies past the end; the mesh has " +
-                   std::to_string(points) + " points, counted from 0");
+                   counted(points, "point") + ", counted from 0");
         return static_cast<std::size_t>(point);
     };
     std::vector<char> chosen(points, 0);

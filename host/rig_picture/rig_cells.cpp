@@ -2,6 +2,7 @@
 #include "host/rig_picture/rig_cells.h"
 
 #include "host/check/rig_check.h"
+#include "host/figures.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,10 +23,6 @@ std::string figure(double value) {
     return text;
 }
 
-std::string countOf(std::size_t points) {
-    return std::to_string(points) + (points == 1 ? " point" : " points");
-}
-
 // Smallest and largest of the values that are drawn.
 std::string rangeNote(const DrawnValues& drawn) {
     float low = 0.0f, high = 0.0f;
@@ -38,7 +35,7 @@ std::string rangeNote(const DrawnValues& drawn) {
     }
     if (count == 0) return "no point";
     return figure(static_cast<double>(low)) + " to " + figure(static_cast<double>(high)) + " on " +
-           countOf(count);
+           counted(count, "point");
 }
 
 ValueCell weightCell(const RigBlock& block) {
@@ -83,7 +80,7 @@ std::vector<ValueCell> rigCells(const AutoRig& rig, std::size_t points, PictureO
                                 const MarkedPoints& marked) {
     std::vector<ValueCell> cells;
     if (!marked.points.empty()) {
-        ValueCell cell{marked.name, countOf(marked.points.size()), {}};
+        ValueCell cell{marked.name, counted(marked.points.size(), "point"), {}};
         cell.values.values.assign(points, 0.0f);
         if (marked.points.size() <= kMostMarks) {
             cell.values.marks = marked.points;

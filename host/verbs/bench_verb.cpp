@@ -1,29 +1,31 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
+#include "host/figures.h"
 #include "host/verbs/verbs.h"
 
-#include <cstdio>
+#include <algorithm>
 
 namespace talvisora::host {
 
 namespace {
 
+// To the left of a column that is so wide.
+std::string padded(const std::string& text, std::size_t width) {
+    return std::string(text.size() < width ? width - text.size() : 0, ' ') + text;
+}
+
 std::string summary(const BenchReport& report) {
-    char text[512];
-    std::snprintf(
-        text, sizeof text,
-        "'%s', %zu frame%s, %zu points, %zu blocks (%.2f per point); variant %s, %d thread%s, %d rounds\n",
-        report.clip.c_str(), report.frames, report.frames == 1 ? "" : "s", report.points, report.blocks,
-        report.blocksPerPoint, report.variant.c_str(), report.threads, report.threads == 1 ? "" : "s",
-        report.rounds);
-    std::string all = text;
-    for (const BenchTimes& times : report.times) {
-        std::snprintf(text, sizeof text, "%-15s %8.3f ms per frame (%.3f to %.3f), %.1f ns per point\n",
-                      times.what.c_str(), times.median, times.fastest, times.slowest,
-                      times.nanosecondsPerPoint);
-        all += text;
-    }
-    return all;
+    std::string text = "'" + report.clip + "', " + counted(report.frames, "frame") + ", " +
+                       counted(report.points, "point") + ", " + counted(report.blocks, "block") + " (" +
+                       fixedNumber(report.blocksPerPoint, 2) + " per point); variant " + report.variant +
+                       ", " + counted(std::uint64_t(report.threads), "thread") + ", " +
+                       counted(std::uint64_t(report.rounds), "round") + "\n";
+    for (const BenchTimes& times : report.times)
+        text += times.what +
+                padded(fixedNumber(times.median, 3), 24 - std::min<std::size_t>(times.what.size(), 15)) +
+                " ms per frame (" + fixedNumber(times.fastest, 3) + " to " + fixedNumber(times.slowest, 3) +
+                "), " + fixedNumber(times.nanosecondsPerPoint, 1) + " ns per point\n";
+    return text;
 }
 
 std::string reportJson(const BenchReport& report) {

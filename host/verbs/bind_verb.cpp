@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
+#include "host/figures.h"
 #include "host/rig_file/npy.h"
 #include "host/verbs/point_list.h"
 #include "host/verbs/verbs.h"
+
 namespace talvisora::host {
 
 namespace {
@@ -33,14 +35,10 @@ std::string reportJson(const BindReport& report) {
 }
 
 std::string summary(const BindReport& report) {
-    std::string text = blockTable(report.blocks);
-    if (report.leftBehind > 0)
-        text += std::to_string(report.leftBehind) + " of " + std::to_string(report.points) +
-                " points are left behind in part: no block takes all of them\n";
+    std::string text = blockTable(report.blocks) + leftBehindLine(report.leftBehind, report.points);
     text += wroteLines(report.pictures);
-    return text + "wrote " + report.output + ": " + std::to_string(report.blocks.size()) +
-           (report.blocks.size() == 1 ? " block over " : " blocks over ") + std::to_string(report.points) +
-           " points\n";
+    return text + "wrote " + report.output + ": " + counted(report.blocks.size(), "block") + " over " +
+           counted(report.points, "point") + "\n";
 }
 
 // "@FILE": the chains stand in a file.

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
+#include "host/figures.h"
 #include "host/verbs/point_list.h"
 #include "host/verbs/verbs.h"
 
@@ -19,10 +20,9 @@ std::string summary(const CheckReport& report) {
     if (!report.evaluated) text += "not evaluated: the module refuses such chains\n";
     text += wroteLines(report.pictures);
     const std::size_t count = report.findings.size();
-    return text + oneLine(report.target + ": " + std::to_string(report.points) + " points, " +
-                          std::to_string(report.blocks) + (report.blocks == 1 ? " block: " : " blocks: ") +
-                          (count ? std::to_string(count) : std::string("no")) +
-                          (count == 1 ? " finding" : " findings"));
+    return text + oneLine(report.target + ": " + counted(report.points, "point") + ", " +
+                          counted(report.blocks, "block") + ": " +
+                          (count ? counted(count, "finding") : "no findings"));
 }
 
 std::string reportJson(const CheckReport& report) {

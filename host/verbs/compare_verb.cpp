@@ -1,27 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
 #include "host/compare/compare_job.h"
+#include "host/figures.h"
 #include "host/verbs/point_list.h"
 #include "host/verbs/verbs.h"
-
-#include <cstdio>
 
 namespace talvisora::host {
 
 namespace {
 
-std::string number(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.4g", value);
-    return text;
-}
-
 std::string withShare(const Difference& difference, double distance) {
-    return number(distance) + " (" + number(100.0 * difference.share(distance)) + " % of the bounding box)";
-}
-
-std::string counted(std::uint64_t count, const char* what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+    return shortNumber(distance) + " (" + shortNumber(100.0 * difference.share(distance)) +
+           " % of the bounding box)";
 }
 
 std::string figures(const Difference& difference, const char* unit) {
@@ -68,8 +58,8 @@ std::string summary(const CompareReport& report) {
     for (const std::string& line : report.failures) text += oneLine(line);
     if (!report.picture.empty()) text += oneLine("wrote " + report.picture);
     if (report.limit)
-        text += std::string(report.over ? "OVER" : "within") + " the tolerance of " + number(*report.limit) +
-                "\n";
+        text += std::string(report.over ? "OVER" : "within") + " the tolerance of " +
+                shortNumber(*report.limit) + "\n";
     return text;
 }
 

@@ -1,44 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
+#include "host/figures.h"
 #include "host/verbs/verbs.h"
-
-#include <cstdio>
 
 namespace talvisora::host {
 
 namespace {
 
-template <class... Values>
-std::string format(const char* pattern, Values... values) {
-    const int size = std::snprintf(nullptr, 0, pattern, values...);
-    std::string text(size > 0 ? static_cast<std::size_t>(size) + 1 : 1, '\0');
-    std::snprintf(text.data(), text.size(), pattern, values...);
-    text.pop_back(); // the end mark
-    return text;
-}
-
 // 1234567 → "1.23 M"
 std::string rate(double perSecond) {
-    if (perSecond >= 1e6) return format("%.2f M", perSecond / 1e6);
-    if (perSecond >= 1e3) return format("%.1f k", perSecond / 1e3);
-    return format("%.0f", perSecond);
+    if (perSecond >= 1e6) return fixedNumber(perSecond / 1e6, 2) + " M";
+    if (perSecond >= 1e3) return fixedNumber(perSecond / 1e3, 1) + " k";
+    return fixedNumber(perSecond, 0);
 }
 
 std::string summary(const DeformReport& report) {
     std::string text;
     if (report.quality) {
         const QualityReport& quality = *report.quality;
-        text +=
-            format("against linear blending, %llu frames: rms %.3f %%, max %.2f %% of the size; hard folds "
-                   "%llu (linear blend %llu); crease %.2f deg (linear blend %.2f)\n",
-                   static_cast<unsigned long long>(quality.frames), quality.rmsPercent, quality.maxPercent,
-                   static_cast<unsigned long long>(quality.deformed.hardFolds),
-                   static_cast<unsigned long long>(quality.reference.hardFolds),
-                   quality.deformed.creaseDegrees, quality.reference.creaseDegrees);
+        text += "against linear blending, " + counted(quality.frames, "frame") + ": rms " +
+                fixedNumber(quality.rmsPercent, 3) + " %, max " + fixedNumber(quality.maxPercent, 2) +
+                " % of the size; hard folds " + std::to_string(quality.deformed.hardFolds) +
+                " (linear blend " + std::to_string(quality.reference.hardFolds) + "); crease " +
+                fixedNumber(quality.deformed.creaseDegrees, 2) + " deg (linear blend " +
+                fixedNumber(quality.reference.creaseDegrees, 2) + ")\n";
     }
     for (std::size_t k = 0; k < report.written.size(); ++k) {
         if (k == 4 && report.written.size() > 6) {
-            text += format("wrote … and %zu more\n", report.written.size() - 4);
+            text += "wrote … and " + std::to_string(report.written.size() - 4) + " more\n";
             break;
         }
         text += "wrote " + report.written[k] + "\n";
@@ -46,12 +35,11 @@ std::string summary(const DeformReport& report) {
     if (report.device)
         for (const std::string& line : deviceLines(*report.device)) text += line + "\n";
     if (report.frames > 0)
-        text += format(
-            "%zu frame%s of '%s', %zu points, %zu block%s: %s points/s deforming (%.3f s), %s points/s "
-            "in all (%.2f s)\n",
-            report.frames, report.frames == 1 ? "" : "s", report.clip.c_str(), report.points, report.blocks,
-            report.blocks == 1 ? "" : "s", rate(report.deformRate()).c_str(), report.deformSeconds,
-            rate(report.totalRate()).c_str(), report.totalSeconds);
+        text += counted(report.frames, "frame") + " of '" + report.clip + "', " +
+                counted(report.points, "point") + ", " + counted(report.blocks, "block") + ": " +
+                rate(report.deformRate()) + " points/s deforming (" + fixedNumber(report.deformSeconds, 3) +
+                " s), " + rate(report.totalRate()) + " points/s in all (" +
+                fixedNumber(report.totalSeconds, 2) + " s)\n";
     return text;
 }
 

@@ -1,24 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
+#include "host/figures.h"
 #include "host/verbs/point_list.h"
 #include "host/verbs/verbs.h"
 #include "host/version.h"
-
-#include <cstdio>
 
 namespace talvisora::host {
 
 namespace {
 
-std::string number(const char* pattern, double value) {
-    char text[64];
-    std::snprintf(text, sizeof text, pattern, value);
-    return text;
-}
-
 std::string gibibytes(std::uint64_t bytes) {
     return bytes < (std::uint64_t{1} << 30) ? std::to_string(bytes >> 20) + " MiB"
-                                            : number("%.1f GiB", static_cast<double>(bytes) / (1 << 30));
+                                            : fixedNumber(static_cast<double>(bytes) / (1 << 30), 1) + " GiB";
 }
 
 std::string orUnknown(const std::string& text) {
@@ -46,8 +39,7 @@ std::string summary(const DoctorReport& report) {
     line("libraries", joined(system.libraries));
     line("packages", joined(system.packages));
     for (const auto& [name, value] : report.environment) line("environment", name + "=" + value);
-    line("processor", orUnknown(processor.name) + ", " + std::to_string(processor.cores) +
-                          (processor.cores == 1 ? " thread" : " threads"));
+    line("processor", orUnknown(processor.name) + ", " + counted(std::uint64_t(processor.cores), "thread"));
     std::string features;
     for (const auto& [name, usable] : processor.features)
         if (usable) features += (features.empty() ? "" : " ") + name;
@@ -66,7 +58,7 @@ std::string summary(const DoctorReport& report) {
              device.name + " (" + device.kind + (device.usable ? "" : ", cannot be used") + ")");
         line("", device.version + ", driver " + device.driver + "; " + device.platform + ", " +
                      device.platformVersion);
-        line("", std::to_string(device.computeUnits) + " compute units, work groups to " +
+        line("", counted(std::uint64_t(device.computeUnits), "compute unit") + ", work groups to " +
                      std::to_string(device.largestWorkGroup) + ", memory " + gibibytes(device.memoryBytes) +
                      ", one buffer " + gibibytes(device.largestBuffer));
     }
@@ -75,13 +67,13 @@ std::string summary(const DoctorReport& report) {
         if (!check.failure.empty())
             result += check.failure;
         else
-            result +=
-                std::string(check.passed() ? "in order" : "WRONG") + ", " + check.what +
-                ": largest difference " + number("%.3g", check.largest) + " (" +
-                number("%.2g", 100.0 * check.share) + " % of the bounding box), " +
-                number("%.2f ms", check.milliseconds) +
-                (check.kernelMilliseconds >= 0.0 ? ", kernel " + number("%.2f ms", check.kernelMilliseconds)
-                                                 : "");
+            result += std::string(check.passed() ? "in order" : "WRONG") + ", " + check.what +
+                      ": largest difference " + shortNumber(check.largest, 3) + " (" +
+                      shortNumber(100.0 * check.share, 2) + " % of the bounding box), " +
+                      fixedNumber(check.milliseconds, 2) + " ms" +
+                      (check.kernelMilliseconds >= 0.0
+                           ? ", kernel " + fixedNumber(check.kernelMilliseconds, 2) + " ms"
+                           : "");
         line("self check", result);
     }
     for (const Ailment& ailment : report.ailments) {

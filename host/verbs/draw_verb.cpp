@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
 #include "host/draw/draw_job.h"
+#include "host/figures.h"
 #include "host/verbs/point_list.h"
 #include "host/verbs/verbs.h"
 
@@ -11,14 +12,14 @@ namespace {
 std::string summary(const DrawReport& report) {
     std::string text;
     for (const std::string& note : report.notes) text += oneLine("note: " + note);
-    std::string line = report.output + ": " + report.pose + ", " + std::to_string(report.blocks) +
-                       (report.blocks == 1 ? " block, " : " blocks, ") + std::to_string(report.lines) +
-                       " lines";
+    std::string line = report.output + ": " + report.pose + ", " + counted(report.blocks, "block") + ", " +
+                       counted(report.lines, "line");
     if (report.labels + report.hiddenLabels + report.crowdedLabels > 0)
-        line += ", " + std::to_string(report.labels) + " labels (" + std::to_string(report.hiddenLabels) +
+        line += ", " + counted(report.labels, "label") + " (" + std::to_string(report.hiddenLabels) +
                 " hidden or outside, " + std::to_string(report.crowdedLabels) + " left out for room)";
     if (report.straightJoints > 0)
-        line += "; " + std::to_string(report.straightJoints) + " straight joints have no tweak vectors";
+        line += "; " + counted(report.straightJoints, "straight joint has", "straight joints have") +
+                " no tweak vectors";
     return text + oneLine(line);
 }
 

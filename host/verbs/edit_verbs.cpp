@@ -1,17 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
+#include "host/figures.h"
 #include "host/verbs/point_list.h"
 #include "host/verbs/verbs.h"
-
-#include <cstdio>
 
 namespace talvisora::host {
 
 namespace {
-
-std::string count(std::size_t number, const char* what) {
-    return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
-}
 
 std::string notes(const std::vector<std::string>& list) {
     std::string text;
@@ -27,8 +22,8 @@ std::string summary(const MirrorReport& report) {
     if (!result.unmatched.empty())
         text += "without a partner, left as they were; " + pointList(result.unmatched) + "\n";
     text += wroteLines(report.pictures);
-    return text + oneLine("wrote " + report.output + ": " + count(result.mirrored, "point") + " mirrored, " +
-                          std::to_string(result.seam) + " on the seam, " +
+    return text + oneLine("wrote " + report.output + ": " + counted(result.mirrored, "point") +
+                          " mirrored, " + std::to_string(result.seam) + " on the seam, " +
                           std::to_string(result.unmatched.size()) + " unmatched");
 }
 
@@ -59,14 +54,13 @@ std::string summary(const TransferReport& report) {
         text += "too far from the old surface, filled from their neighbours; " + pointList(result.unmatched) +
                 "\n";
     if (result.islands > 0)
-        text += count(result.islands, "point") +
+        text += counted(result.islands, "point") +
                 " of them without neighbours that lead there: closest place, far away\n";
-    char farthest[64];
-    std::snprintf(farthest, sizeof farthest, "%.4g", result.farthest);
     text += wroteLines(report.pictures);
     return text + oneLine("wrote " + report.output + ": " + std::to_string(report.pointsBefore) + " to " +
-                          count(report.points, "point") + ", " + std::to_string(result.unmatched.size()) +
-                          " unmatched, the others at most " + farthest + " from the old surface");
+                          counted(report.points, "point") + ", " + std::to_string(result.unmatched.size()) +
+                          " unmatched, the others at most " + shortNumber(result.farthest) +
+                          " from the old surface");
 }
 
 std::string reportJson(const TransferReport& report) {

@@ -2,6 +2,8 @@
 // Lists for people: points (how many, and the first ten) and files, one line each.
 #pragma once
 
+#include "host/figures.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <string>
@@ -12,10 +14,18 @@ namespace talvisora::host {
 /// "12 points: 3, 4, …", without a line end.
 inline std::string pointList(const std::vector<std::uint32_t>& points) {
     constexpr std::size_t kShown = 10;
-    std::string text = std::to_string(points.size()) + (points.size() == 1 ? " point: " : " points: ");
+    std::string text = counted(points.size(), "point") + ": ";
     for (std::size_t k = 0; k < std::min(points.size(), kShown); ++k)
         text += (k ? ", " : "") + std::to_string(points[k]);
     return text + (points.size() > kShown ? ", …" : "");
+}
+
+/// Points of which no block takes all, with a line end; `cure` goes behind. None: empty.
+inline std::string leftBehindLine(std::size_t leftBehind, std::size_t points, const char* cure = "") {
+    if (leftBehind == 0) return {};
+    const std::string of = "of " + counted(points, "point");
+    return counted(leftBehind, of + " is", of + " are") + " left behind in part: no block takes all of " +
+           (leftBehind == 1 ? "it" : "them") + cure + "\n";
 }
 
 /// With a line end and no other control character: names may hold anything.

@@ -1,34 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
+#include "host/figures.h"
 #include "host/text_table.h"
 #include "host/verbs/point_list.h"
 #include "host/verbs/verbs.h"
 
-#include <charconv>
-
 namespace talvisora::host {
 
 namespace {
-
-std::string number(double value, int decimals) {
-    char text[400];
-    const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, decimals);
-    return {text, end.ptr};
-}
 
 std::string summary(const LimbReport& report) {
     std::vector<std::vector<std::string>> rows = {
         {"limb", "pose", "method", "volume", "smallest section", "largest edge", "crossing faces"}};
     for (const QualityRow& row : report.rows) {
         const LimbMeasures& m = row.measures;
-        rows.push_back({row.limb, row.pose, row.method, number(m.volume, 3), number(m.crossSection, 3),
-                        number(m.edgeStretch, 2), std::to_string(m.crossingFaces)});
+        rows.push_back({row.limb, row.pose, row.method, fixedNumber(m.volume, 3),
+                        fixedNumber(m.crossSection, 3), fixedNumber(m.edgeStretch, 2),
+                        std::to_string(m.crossingFaces)});
     }
     std::string text;
     for (const std::string& line : report.settings) text += oneLine(line);
     text += alignedTable(rows, 3);
-    text += "volume, section and edge are over rest; up to " + std::to_string(report.faces) +
-            " faces in a limb\n";
+    text += "volume, section and edge are over rest; up to " + counted(report.faces, "face") + " in a limb\n";
     return text + wroteLines(report.written);
 }
 

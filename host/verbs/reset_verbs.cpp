@@ -1,34 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
+#include "host/figures.h"
 #include "host/text_table.h"
 #include "host/verbs/point_list.h"
 #include "host/verbs/verbs.h"
-
-#include <cstdio>
 
 namespace talvisora::host {
 
 namespace {
 
-std::string shortNumber(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3f", value);
-    return text;
-}
-
 std::string summary(const ResetReport& report, const char* command) {
     std::vector<std::vector<std::string>> rows = {{"block", "points changed", "min", "mean", "max"}};
     for (const ResetLine& line : report.blocks)
-        rows.push_back({line.block, std::to_string(line.changed), shortNumber(line.least),
-                        shortNumber(line.mean), shortNumber(line.most)});
+        rows.push_back({line.block, std::to_string(line.changed), fixedNumber(line.least, 3),
+                        fixedNumber(line.mean, 3), fixedNumber(line.most, 3)});
     std::string text = alignedTable(rows, 1);
-    if (report.leftBehind > 0)
-        text += std::to_string(report.leftBehind) + " of " + std::to_string(report.points) +
-                " points are left behind in part: no block takes all of them; see grhost check\n";
+    text += leftBehindLine(report.leftBehind, report.points, "; see grhost check");
     text += wroteLines(report.pictures);
-    return text + "wrote " + report.output + ": " + command + " on " + std::to_string(report.reset) +
-           (report.reset == 1 ? " block, " : " blocks, ") + std::to_string(report.selected) + " of " +
-           std::to_string(report.points) + " points\n";
+    return text + "wrote " + report.output + ": " + command + " on " + counted(report.reset, "block") + ", " +
+           std::to_string(report.selected) + " of " + counted(report.points, "point") + "\n";
 }
 
 std::string reportJson(const ResetReport& report, const char* command) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture/json_writer.h"
+#include "host/figures.h"
 #include "host/verbs/point_list.h"
 #include "host/verbs/verbs.h"
 #include "host/view/view_job.h"
@@ -12,9 +13,8 @@ std::string summary(const ViewReport& report) {
     std::string ways;
     for (const std::string& way : report.ways) ways += (ways.empty() ? "" : ", ") + way;
     std::string text = "wrote " + report.output + " (" + std::to_string((report.bytes + 999) / 1000) +
-                       " kB): " + std::to_string(report.frames) + " frames of '" + report.clip + "', " +
-                       std::to_string(report.points) + " points, " + std::to_string(report.blocks) +
-                       " blocks; " + ways;
+                       " kB): " + counted(report.frames, "frame") + " of '" + report.clip + "', " +
+                       counted(report.points, "point") + ", " + counted(report.blocks, "block") + "; " + ways;
     if (!report.gpu.empty()) text += "; beside " + report.gpu;
     return oneLine(text);
 }

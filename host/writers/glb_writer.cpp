@@ -4,6 +4,7 @@
 // all have the same targets: at key f the weight of target f is 1 and all others are 0.
 #include "host/writers/glb_writer.h"
 
+#include "host/figures.h"
 #include "host/writers/little_endian.h"
 
 #include <algorithm>
@@ -215,7 +216,7 @@ void GlbWriter::writeRest(const std::vector<Vec3d>& restPoints) {
 void GlbWriter::addFrame(const std::vector<Vec3d>& points) {
     if (framesWritten_ == frameCount_)
         throw HostError(ExitCode::kOutput, "cannot write '" + file_.path() + "': more than the announced " +
-                                               std::to_string(frameCount_) + " frames");
+                                               counted(frameCount_, "frame"));
     checkPoints(points, pointCount_, options_.metresPerUnit, static_cast<int>(framesWritten_) + 1,
                 file_.path());
     deltas_.resize(pointCount_);
@@ -333,8 +334,8 @@ std::string GlbWriter::document(const std::vector<Range>& targetRanges) const {
 void GlbWriter::close() {
     if (framesWritten_ != frameCount_)
         throw HostError(ExitCode::kOutput, "cannot write '" + file_.path() +
-                                               "': " + std::to_string(framesWritten_) +
-                                               " frames of the announced " + std::to_string(frameCount_));
+                                               "': " + counted(framesWritten_, "frame") +
+                                               " of the announced " + std::to_string(frameCount_));
     const std::string json = document(targetRanges_);
     file_.overwrite(kHeaderBytes + kChunkHeaderBytes, json.data(), json.size());
     file_.commit();

@@ -3,6 +3,7 @@
 // them: vertices from points, triangles from polygons, smooth normals.
 #include "host/writers/output_mesh.h"
 
+#include "host/figures.h"
 #include "host/host_error.h"
 
 #include <cmath>
@@ -42,8 +43,8 @@ void checkMeshes(const std::vector<OutputMesh>& meshes, std::size_t pointCount, 
                                  ", but there are only " + std::to_string(mesh.pointOfVertex.size()));
         }
         if (!mesh.uvs.empty() && mesh.uvs.size() != mesh.pointOfVertex.size())
-            refuse(path, name + "has " + std::to_string(mesh.uvs.size()) + " texture coordinates for " +
-                             std::to_string(mesh.pointOfVertex.size()) + " vertices");
+            refuse(path, name + "has " + counted(mesh.uvs.size(), "texture coordinate") + " for " +
+                             counted(mesh.pointOfVertex.size(), "vertex", "vertices"));
         for (const std::array<float, 2>& uv : mesh.uvs) {
             if (!std::isfinite(uv[0]) || !std::isfinite(uv[1]))
                 refuse(path, name + "has a texture coordinate that is not finite");
@@ -54,8 +55,8 @@ void checkMeshes(const std::vector<OutputMesh>& meshes, std::size_t pointCount, 
 void checkPoints(const std::vector<Vec3d>& points, std::size_t pointCount, double scale, int frame,
                  const std::string& path) {
     if (points.size() != pointCount)
-        refuse(path, "frame " + std::to_string(frame) + " has " + std::to_string(points.size()) +
-                         " points instead of " + std::to_string(pointCount));
+        refuse(path, "frame " + std::to_string(frame) + " has " + counted(points.size(), "point") +
+                         " instead of " + std::to_string(pointCount));
     for (std::size_t i = 0; i < points.size(); ++i) {
         const Vec3d& p = points[i];
         if (!fitsFloat(p.x * scale) || !fitsFloat(p.y * scale) || !fitsFloat(p.z * scale))

@@ -3,6 +3,7 @@
 // it.
 #include "host/writers/pc2_writer.h"
 
+#include "host/figures.h"
 #include "host/writers/little_endian.h"
 #include "host/writers/output_mesh.h"
 
@@ -43,7 +44,7 @@ Pc2Writer::Pc2Writer(std::string path, std::size_t pointCount, std::size_t frame
 void Pc2Writer::addFrame(const std::vector<Vec3d>& points) {
     if (framesWritten_ == frameCount_)
         throw HostError(ExitCode::kOutput, "cannot write '" + file_.path() + "': more than the announced " +
-                                               std::to_string(frameCount_) + " frames");
+                                               counted(frameCount_, "frame"));
     checkPoints(points, pointCount_, 1.0, static_cast<int>(framesWritten_) + 1, file_.path());
     bytes_.clear();
     bytes_.reserve(pointCount_ * 12);
@@ -59,8 +60,8 @@ void Pc2Writer::addFrame(const std::vector<Vec3d>& points) {
 void Pc2Writer::close() {
     if (framesWritten_ != frameCount_)
         throw HostError(ExitCode::kOutput, "cannot write '" + file_.path() +
-                                               "': " + std::to_string(framesWritten_) +
-                                               " frames of the announced " + std::to_string(frameCount_));
+                                               "': " + counted(framesWritten_, "frame") +
+                                               " of the announced " + std::to_string(frameCount_));
     file_.commit();
 }
 

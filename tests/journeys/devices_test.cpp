@@ -206,7 +206,7 @@ TEST_F(Devices, CompareTellsWhatDoesNotGoTogether) {
     deform("cpu", "a.pc2", 1);
     deform("cpu", "b.pc2", 2);
     const std::string capture = golden("bent90.capture.json");
-    expectRefusal(run({"compare", path("a.pc2"), path("b.pc2")}), 3, "1 frames");
+    expectRefusal(run({"compare", path("a.pc2"), path("b.pc2")}), 3, "1 frame, ");
     expectRefusal(run({"compare", path("a.pc2"), capture}), 2, "can be compared");
     expectRefusal(run({"compare", path("a.pc2")}), 2, "name a second cache");
     expectRefusal(run({"compare", kBull, kBull}), 2, "compared between CPU and GPU");

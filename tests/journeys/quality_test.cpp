@@ -4,6 +4,7 @@
 #include "journeys/run_grhost.h"
 
 #include <cmath>
+#include <sstream>
 
 namespace talvisora::journeys {
 namespace {
@@ -73,6 +74,16 @@ TEST_F(Quality, APictureIsWrittenAndTheTableNamesIt) {
     EXPECT_NE(ran.out.find("smallest section"), std::string::npos);
     EXPECT_NE(ran.out.find("wrote " + path("s.png")), std::string::npos);
     EXPECT_EQ(fileText(path("s.png")).substr(1, 3), "PNG");
+}
+
+// A wild amount makes a wild shape: its figures must not push the columns apart.
+TEST_F(Quality, HugeFiguresKeepTheColumns) {
+    const Ran ran = run({"quality", "--only", "elbow", "--tweak", "bulgeTweak=1e30"});
+    EXPECT_EQ(ran.exitCode, 0) << ran.err;
+    EXPECT_NE(ran.out.find("e+29"), std::string::npos) << ran.out;
+    std::istringstream lines(ran.out);
+    std::string line;
+    for (std::getline(lines, line); std::getline(lines, line);) EXPECT_LE(line.size(), 100u) << line;
 }
 
 TEST_F(Quality, RefusesWhatItCannotDoInOneLine) {

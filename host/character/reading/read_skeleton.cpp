@@ -8,6 +8,7 @@
 // skeleton ends up in points and rest matrices alike, and the mesh node's own transform is never used.
 #include "host/character/reading/parts.h"
 #include "host/character/reading/scene_convert.h"
+#include "host/figures.h"
 
 #include <assimp/scene.h>
 
@@ -213,8 +214,8 @@ std::vector<MeshPlacement> readSkeleton(const SceneFile& file, const NodeOfName&
             builder.setRest(static_cast<int>(j), builder.nodeRest(character.joints[j].node));
     if (builder.restConflicts)
         character.warnings.push_back("the meshes disagree about the rest pose of " +
-                                     std::to_string(builder.restConflicts) +
-                                     " joints; the root-most mesh decides");
+                                     counted(builder.restConflicts, "joint") +
+                                     "; the root-most mesh decides");
 
     // Meshes without a skin follow the joint that they hang on, once for every node that shows them.
     std::vector<std::pair<const aiNode*, std::uint32_t>> open{{scene.mRootNode, 0}};

@@ -4,6 +4,7 @@
 // equal position but other weights stay apart: lips and eyelids must not be averaged.
 #include "host/character/reading/parts.h"
 #include "host/character/reading/scene_convert.h"
+#include "host/figures.h"
 
 #include <assimp/scene.h>
 
@@ -180,12 +181,6 @@ double diagonalOf(const std::vector<CharacterMesh>& meshes) {
     return low.x <= high.x ? length(high - low) : 0.0;
 }
 
-std::string shortNumber(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.4g", value);
-    return text;
-}
-
 } // namespace
 
 void readSkin(const SceneFile& file, const std::vector<MeshPlacement>& placements, Character& character) {
@@ -214,14 +209,14 @@ void readSkin(const SceneFile& file, const std::vector<MeshPlacement>& placement
     const WeightReport& report = character.weights;
     if (report.notOne)
         character.warnings.push_back("the weights of " + std::to_string(report.notOne) + " of " +
-                                     std::to_string(character.vertexCount()) + " vertices do not sum to 1 (" +
-                                     shortNumber(report.smallestSum) + " to " +
+                                     counted(character.vertexCount(), "vertex", "vertices") +
+                                     " do not sum to 1 (" + shortNumber(report.smallestSum) + " to " +
                                      shortNumber(report.largestSum) + "); normalised");
     if (report.unweighted && !character.influences.empty())
-        character.warnings.push_back(std::to_string(report.unweighted) +
-                                     " vertices have no weights; they stay where they are");
+        character.warnings.push_back(counted(report.unweighted, "vertex has no weights; it stays where it is",
+                                             "vertices have no weights; they stay where they are"));
     if (negative)
-        character.warnings.push_back(std::to_string(negative) + " weights are negative; taken as 0");
+        character.warnings.push_back(counted(negative, "weight is", "weights are") + " negative; taken as 0");
     if (character.points.empty())
         refuse(character.path, std::string(character.skinned ? "its skinned meshes have" : "it has") +
                                    " no vertices; export the character again");

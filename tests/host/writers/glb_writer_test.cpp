@@ -303,7 +303,7 @@ TEST(GlbWriter, BadInputLeavesNoFile) {
         points.pop_back();
         EXPECT_NE(errorOf([&] { writer.addFrame(points); }).find("6 points instead of 7"), std::string::npos);
         writer.addFrame(samplePoints());
-        EXPECT_NE(errorOf([&] { writer.close(); }).find("1 frames of the announced 2"), std::string::npos);
+        EXPECT_NE(errorOf([&] { writer.close(); }).find("1 frame of the announced 2"), std::string::npos);
     }
     GlbOptions options;
     options.metresPerUnit = 0.0;

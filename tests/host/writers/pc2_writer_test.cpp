@@ -70,7 +70,7 @@ TEST(Pc2Writer, TooFewFramesLeaveNoFile) {
         Pc2Writer writer(folder.file("a.pc2"), 1, 2, 1.0f);
         writer.addFrame({{}});
         EXPECT_EQ(errorOf([&] { writer.close(); }),
-                  "cannot write '" + folder.file("a.pc2") + "': 1 frames of the announced 2");
+                  "cannot write '" + folder.file("a.pc2") + "': 1 frame of the announced 2");
     }
     EXPECT_TRUE(folder.names().empty());
 }
@@ -80,14 +80,14 @@ TEST(Pc2Writer, TooManyFramesAreRefused) {
     Pc2Writer writer(folder.file("a.pc2"), 1, 1, 1.0f);
     writer.addFrame({{}});
     EXPECT_EQ(errorOf([&] { writer.addFrame({{}}); }),
-              "cannot write '" + folder.file("a.pc2") + "': more than the announced 1 frames");
+              "cannot write '" + folder.file("a.pc2") + "': more than the announced 1 frame");
 }
 
 TEST(Pc2Writer, WrongNumberOfPointsIsRefused) {
     TempFolder folder;
     Pc2Writer writer(folder.file("a.pc2"), 2, 1, 1.0f);
     EXPECT_EQ(errorOf([&] { writer.addFrame({{}}); }),
-              "cannot write '" + folder.file("a.pc2") + "': frame 1 has 1 points instead of 2");
+              "cannot write '" + folder.file("a.pc2") + "': frame 1 has 1 point instead of 2");
 }
 
 TEST(Pc2Writer, NumbersThatNoFloatHoldsAreRefused) {
