@@ -72,7 +72,8 @@ public:
     std::size_t blend(Scene& scene, const std::string& name, const Blend<double>& blend) {
         return add(
             name + ", " + blend.name, scene.pointCount(), [&scene] { scene.restore(); },
-            [&scene, blend] { scene.blend(blend, 0, scene.pointCount()); });
+            [&scene, blend] { scene.blend(blend, 0, scene.pointCount()); }, Clock::kProcess,
+            [&scene] { return scene.hash(); });
     }
 };
 
@@ -91,11 +92,12 @@ void oneBlock(const GoalOptions& options, Results& results) {
     SceneRounds rounds;
     const std::size_t bytes = rounds.add(
         "byte-moving loop, 68 B per point", plain.pointCount(), [&] { plain.restore(); },
-        [&] { plain.bytes(0, plain.pointCount()); });
+        [&] { plain.bytes(0, plain.pointCount()); }, Clock::kProcess, [&] { return plain.hash(); });
     for (const Blend<float>& blend : floatBlends())
         rounds.add(
             std::string("linear blend in single precision, ") + blend.name, plain.pointCount(),
-            [&] { plain.restoreSkin(); }, [&plain, blend] { plain.blend(blend, 0, plain.pointCount()); });
+            [&] { plain.restoreSkin(); }, [&plain, blend] { plain.blend(blend, 0, plain.pointCount()); },
+            Clock::kProcess, [&] { return plain.skinHash(); });
     const std::vector<Blend<double>> blends = doubleBlends();
     struct Row {
         Width width;
@@ -110,7 +112,8 @@ void oneBlock(const GoalOptions& options, Results& results) {
                         rounds.pointStage(tweaksShuffled, "1 block, all tweaks, shuffled", w)});
     const auto literal = [&](Scene& scene, const char* name) {
         return rounds.add(
-            name, scene.pointCount(), [&scene] { scene.restore(); }, [&scene] { scene.literalStage(); });
+            name, scene.pointCount(), [&scene] { scene.restore(); }, [&scene] { scene.literalStage(); },
+            Clock::kProcess, [&scene] { return scene.hash(); });
     };
     const std::size_t literalPlain = literal(plain, "literal form, 1 block");
     const std::size_t literalTweaks = literal(tweaks, "literal form, 1 block, all tweaks");
@@ -203,7 +206,7 @@ void twentyBlocks(const GoalOptions& options, Results& results) {
 /// evaluates other nodes of the same frame.
 void threads(const GoalOptions& options, Results& results) {
     const Width width = widths().front();
-    const std::size_t large = options.points, small = options.points / 20;
+    const std::size_t large = options.points, small = std::max<std::size_t>(options.points / 20, 1);
     enum Kind { kPoints, kPointsAwake, kWhole };
     struct Line {
         LimbOptions limb;
@@ -234,7 +237,8 @@ void threads(const GoalOptions& options, Results& results) {
             };
             const std::size_t added = rounds.add(
                 std::string(line.name) + ", " + name + ", " + width.name, line.limb.points, prepare,
-                [&arena, evaluate] { arena.execute(evaluate); }, Clock::kWall);
+                [&arena, evaluate] { arena.execute(evaluate); }, Clock::kWall,
+                [&scene] { return scene.hash(); });
             if (line.kind == kPointsAwake)
                 rounds.candidates()[added].justBefore = [&arena] { arena.execute([] { keepBusy(); }); };
             return added;
@@ -258,7 +262,7 @@ void smallMeshes(const GoalOptions& options, Results& results) {
             useVariant(first.variant);
             fifty.nextPose();
         },
-        [&] { fifty.rigStage(); });
+        [&] { fifty.rigStage(); }, Clock::kProcess, [&] { return fifty.rigHash(); });
     const std::size_t fiftyPoints = rounds.pointStage(fifty, "20 blocks", first);
     struct Row {
         Width width;
@@ -273,7 +277,7 @@ void smallMeshes(const GoalOptions& options, Results& results) {
                                 useVariant(w.variant);
                                 twenty.nextPose();
                             },
-                            [&] { twenty.deformCpu(); }),
+                            [&] { twenty.deformCpu(); }, Clock::kProcess, [&] { return twenty.hash(); }),
                         rounds.pointStage(twenty, "12 blocks", w)});
     rounds.run(3 * options.rounds);
     results.measures.push_back(
@@ -310,8 +314,7 @@ const char* verdict(const Measure& m) {
 
 std::string hashText(const Candidate& candidate) {
     char text[17] = "";
-    if (candidate.hashOf)
-        std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(candidate.hash));
+    std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(candidate.hash));
     return text;
 }
 
@@ -355,6 +358,10 @@ void printJson(const GoalOptions& options, const Results& results) {
 }
 
 } // namespace
+
+bool canRunGoals() {
+    return !widths().empty();
+}
 
 bool runGoals(const GoalOptions& options) {
     Results results;

@@ -17,7 +17,10 @@ struct GoalOptions {
     bool json = false;
 };
 
-/// Prints all timings and measures. Returns whether every measure reached its figure.
+/// Whether this machine has a variant that the measures speak of.
+bool canRunGoals();
+
+/// Prints all timings and measures, if canRunGoals(). Returns whether every measure reached its figure.
 bool runGoals(const GoalOptions& options);
 
 } // namespace talvisora::bench

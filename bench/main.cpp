@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 
+#include "bench/check_baselines.h"
 #include "bench/goals.h"
 #include "bench/sweep.h"
 
@@ -42,7 +43,7 @@ bool readGroups(const char* text, std::vector<std::string>& groups) {
 int runProgram(int argc, char** argv) {
     GoalOptions goals;
     SweepOptions sweep;
-    bool sweeps = false;
+    bool sweeps = false, onlyChecks = false;
     for (int i = 1; i < argc; ++i) {
         const std::string name = argv[i];
         const char* value = i + 1 < argc ? argv[i + 1] : "";
@@ -51,6 +52,8 @@ int runProgram(int argc, char** argv) {
             goals.json = sweep.json = true;
         } else if (name == "--sweep") {
             sweeps = true;
+        } else if (name == "--check") {
+            onlyChecks = true;
         } else if (name == "--points" && readList(value, sweep.points)) {
             goals.points = sweep.points.back();
             ++i;
@@ -63,18 +66,33 @@ int runProgram(int argc, char** argv) {
             ++i;
         } else {
             std::fprintf(
-                stderr, "usage: talvisora_bench [--groups one,twenty,threads,small] [--points 1000000] "
-                        "[--rounds 9] [--json]\n"
-                        "       talvisora_bench --sweep [--points 10000,100000] [--blocks 1,20] [--rounds 7] "
-                        "[--json]\n"
-                        "TALVISORA_CPU=avx2 (or another variant) lowers the variant of the sweep.\n"
-                        "Exit status 1: a measure missed the figure that it must reach.\n");
+                stderr,
+                "usage: talvisora_bench [--groups one,twenty,threads,small] [--points 1000000] "
+                "[--rounds 9] [--json]\n"
+                "       talvisora_bench --sweep [--points 10000,100000] [--blocks 1,20] [--rounds 7] "
+                "[--json]\n"
+                "       talvisora_bench --check    only sees to it that the yardsticks work\n"
+                "TALVISORA_CPU=avx2 (or another variant) lowers the variant of the sweep.\n"
+                "Exit status 1: a measure missed the figure that it must reach, or a yardstick is wrong.\n");
             return 2;
         }
     }
-    if (!sweeps) return runGoals(goals) ? 0 : 1;
-    runSweep(sweep);
-    return 0;
+    const std::string wrong = wrongBaseline();
+    if (!wrong.empty()) {
+        std::fprintf(stderr, "talvisora_bench: %s\n", wrong.c_str());
+        return 1;
+    }
+    if (onlyChecks) return 0;
+    if (sweeps) {
+        runSweep(sweep);
+        return 0;
+    }
+    if (!canRunGoals()) {
+        std::fprintf(stderr, "talvisora_bench: the measures are held to figures for AVX2, which this machine "
+                             "does not offer; --sweep runs on any\n");
+        return 2;
+    }
+    return runGoals(goals) ? 0 : 1;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // The same scene through each of the calls that are timed.
 #include "bench/scene.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +13,21 @@
 #include "rig/rig_arrays.h"
 
 namespace talvisora::bench {
+namespace {
+
+/// Of whole numbers of eight bytes, and of four that may be left over.
+std::uint64_t hashOf(const void* data, std::size_t bytes) {
+    std::uint64_t hash = 1469598103934665603ull;
+    const char* from = static_cast<const char*>(data);
+    for (std::size_t at = 0; at < bytes; at += 8) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, from + at, std::min<std::size_t>(8, bytes - at));
+        hash = (hash ^ word) * 1099511628211ull;
+    }
+    return hash;
+}
+
+} // namespace
 
 Scene::Scene(const LimbOptions& options) : limb_(options) {
     node_.sharedInputs["Hier limb"] = limb_.hierarchy;
@@ -28,12 +44,20 @@ Scene::Scene(const LimbOptions& options) : limb_(options) {
 }
 
 std::uint64_t Scene::hash() const {
-    std::uint64_t hash = 1469598103934665603ull;
-    for (const Vec3d& p : record_.points) {
-        std::uint64_t bits[3];
-        std::memcpy(bits, &p, sizeof bits);
-        for (std::uint64_t b : bits) hash = (hash ^ b) * 1099511628211ull;
-    }
+    return hashOf(record_.points.data(), record_.points.size() * sizeof(Vec3d));
+}
+
+std::uint64_t Scene::skinHash() const {
+    return hashOf(skinPoints_.data(), skinPoints_.size() * sizeof(float));
+}
+
+std::uint64_t Scene::rigHash() const {
+    std::uint64_t hash = 0;
+    for (int b = 0; b < node_.blockCount; ++b)
+        hash =
+            31 * hash + hashOf(&node_.rigArrays->cvMatrices[slot(b, 0)],
+                               sizeof(Matrix44d) *
+                                   std::size_t(controlPointCount(node_.rigArrays->blocks[std::size_t(b)])));
     return hash;
 }
 

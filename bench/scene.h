@@ -24,6 +24,9 @@ public:
     std::size_t pairCount() const { return node_.activePairs.pairCount(); }
     /// Of the points as the last call left them.
     std::uint64_t hash() const;
+    /// The same of the points in single precision, and of the current control matrices.
+    std::uint64_t skinHash() const;
+    std::uint64_t rigHash() const;
 
     /// Puts the points back that the next call deforms.
     void restore() { record_.points = limb_.restPoints; }
