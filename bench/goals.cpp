@@ -170,7 +170,7 @@ void twentyBlocks(const GoalOptions& options, Results& results) {
                 if (paint) edited.nextWeights();
                 edited.nextPose();
             },
-            [&] { edited.deformCpu(); });
+            [&] { edited.deformCpu(); }, Clock::kProcess, [&] { return edited.hash(); });
     };
     // Three ways to be uncached, in an order that matters: where nothing has changed, comparing is enough;
     // where something has, its pairs are found and forgotten; where it stands still again, they are listed

@@ -41,19 +41,19 @@ void fill(Rounds& rounds, Scene& scene, bool oneThread) {
         [&scene, single, points, oneThread] {
             overPoints(points, oneThread, [&](std::size_t a, std::size_t b) { scene.blend(single, a, b); });
         },
-        clock);
+        clock, [&scene] { return scene.skinHash(); });
     rounds.add(
         "linear blend, double", points, restore,
         [&scene, twice, points, oneThread] {
             overPoints(points, oneThread, [&](std::size_t a, std::size_t b) { scene.blend(twice, a, b); });
         },
-        clock);
+        clock, [&scene] { return scene.hash(); });
     rounds.add(
         "bytes only", points, restore,
         [&scene, points, oneThread] {
             overPoints(points, oneThread, [&](std::size_t a, std::size_t b) { scene.bytes(a, b); });
         },
-        clock);
+        clock, [&scene] { return scene.hash(); });
 }
 
 void measure(const SweepOptions& options, Scene& scene, const LimbOptions& limb, bool oneThread,

@@ -15,7 +15,7 @@ namespace talvisora {
 struct PointStage;
 
 /// Lives on the node between evaluations. Memory: 22 bytes per pair (46 when a weight map is painted), 2 more
-/// per pair of a point that several blocks move and 2 per such point, 28 per run.
+/// per pair of a point that several blocks move and 2 per such point, 24 per run, 40 per tile.
 class ActivePairs {
 public:
     /// Where one tile's runs and pairs begin in the flat lists, and how many there are.
