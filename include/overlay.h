@@ -32,7 +32,7 @@ struct OverlayRequest {
     std::int32_t block = -1;                      ///< -1: all; labels of values need one block
     bool restCurves = true, curves = true, frames = true, tweakVectors = true;
     OverlayLabels labels = OverlayLabels::kNone;
-    float frameLength = 0.0f; ///< of the axes of control matrices; 0: from the distances of control points
+    float frameLength = 0.0f; ///< of the axes of control matrices; 0: from the distances of joints
 
     std::string error; ///< out: one line per fault, without the node's name; empty when all is well
     int blocksDrawn = 0;

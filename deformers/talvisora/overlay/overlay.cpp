@@ -77,13 +77,16 @@ std::vector<Vec3d> sampled(const Curve& curve) {
     return points;
 }
 
-// Two thirds of the mean distance of neighbouring control points: frames that touch but do not cross.
-double frameLength(const OverlayRequest& request, const Curve& curve) {
+// Two thirds of a third of the mean distance between joints: frames on the three control points per joint of
+// an ordinary chain touch but do not cross. A simple chain has one per joint; longer frames would hide the
+// rest.
+double frameLength(const OverlayRequest& request, const BlockInfo& block, const Curve& curve) {
     if (request.frameLength > 0.0f) return static_cast<double>(request.frameLength);
     const std::vector<Vec3d>& points = curve.controlPoints;
     double sum = 0.0;
     for (std::size_t k = 1; k < points.size(); ++k) sum += length(points[k] - points[k - 1]);
-    return points.size() > 1 ? sum / static_cast<double>(points.size() - 1) * 0.66 : 1.0;
+    const std::size_t thirds = (points.size() - 1) * static_cast<std::size_t>(3 / pointsPerJoint(block));
+    return points.size() > 1 ? sum / static_cast<double>(thirds) * 0.66 : 1.0;
 }
 
 Vec3d vec3(const Float3Slot& v) {
@@ -121,7 +124,7 @@ void drawBlock(OverlayRequest& request, const Evaluated& e, int b) {
         inColour(manager, kRestCurveColour, kThinWidth,
                  [&] { drawPolyline(manager, sampled(e.restCurves[block])); });
     // The curve over the vectors that run along it, the frames over the curve.
-    const double size = frameLength(request, current);
+    const double size = frameLength(request, e.arrays.blocks[block], current);
     if (request.tweakVectors) drawTweakVectors(request, e, b, 1.8 * size);
     if (request.curves)
         inColour(manager, kCurveColour, kCurveWidth, [&] { drawPolyline(manager, sampled(current)); });

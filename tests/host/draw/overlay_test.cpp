@@ -98,6 +98,27 @@ TEST_P(Overlay, FramesAreTheControlMatrices) {
     EXPECT_EQ(next, expected.size());
 }
 
+// A simple chain has a third of the control points: its frames must not be three times as long for it.
+TEST_P(Overlay, FramesAreAsLongForSimpleChainsAsForOthers) {
+    request.restCurves = request.curves = request.tweakVectors = false;
+    request.frameLength = 0.0f;
+    const auto& calls = draw();
+    std::size_t c = 0;
+    for (const Json& block : expect.at("blocks")) {
+        const auto points = fixtures::points(block.at("controlPoints"));
+        double sum = 0.0;
+        for (std::size_t k = 1; k < points.size(); ++k) sum += length(points[k] - points[k - 1]);
+        const std::size_t bones = (points.size() - 1) / (block.at("simple").get<int>() ? 1 : 3);
+        const double size = 0.66 / 3.0 * sum / static_cast<double>(bones);
+        for (const Json& m : block.at("cvMatrices")) {
+            while (calls.at(c).kind != DrawCallKind::line) ++c;
+            const Vec3d x = row(fixtures::matrix(m), 0) * size;
+            EXPECT_LE(length(vec3(calls[c].to) - vec3(calls[c].from) - x), 1e-3);
+            while (calls.at(c).kind != DrawCallKind::endDrawable) ++c;
+        }
+    }
+}
+
 TEST_P(Overlay, TweakVectorsStandAtTheirJoints) {
     request.restCurves = request.curves = request.frames = false;
     const auto drawn = linesOf(draw(), kDeformVecColour);
