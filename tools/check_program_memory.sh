@@ -33,7 +33,7 @@ watched() {
 }
 
 # First that it would report at all: one stray write, one race.
-watched "$work/bad" --gtest_also_run_disabled_tests --gtest_filter='ProgramEdges.DISABLED_ProgramsThatMustBeReported'
+TALVISORA_PROGRAM_FAULTS=1 watched "$work/bad" --gtest_filter=ProgramFaults.AreReported
 for report in 'Invalid write' 'race'; do
     grep -q "$report" "$work/bad" || { echo "program memory: the simulator did not report what it must: $report" >&2; exit 1; }
 done
