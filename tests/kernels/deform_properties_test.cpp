@@ -74,6 +74,19 @@ RC_GTEST_PROP(DeformProperties, APointAloneComesOutAsAmongOthers, ()) {
         RC_ASSERT(sameBits(alone[i], i == kept ? together[i] : rig.restPoints[i]));
 }
 
+// Half of the rigs have numbers that no host would send.
+RC_GTEST_PROP(DeformProperties, PairsThatAreForgottenMoveThePointsAlike, ()) {
+    RigOptions o = anyRig();
+    o.pointCount *= *rc::gen::element<std::size_t>(1, 20); // one tile or several
+    o.numbers = *rc::gen::element(Numbers::kTame, Numbers::kWild);
+    RandomRig rig = makeRandomRig(o);
+    const auto listed = deformed(rig);
+    ActivePairs room;
+    deformPointsOnce(rig.freshStage(), room);
+    RC_ASSERT(!room.valid());
+    for (std::size_t i = 0; i < listed.size(); ++i) RC_ASSERT(sameBits(rig.points[i], listed[i]));
+}
+
 template <class T>
 std::vector<T> permuted(const std::vector<T>& rows, std::size_t n, const std::vector<std::size_t>& order) {
     std::vector<T> list(rows.size());
