@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/capture/json_writer.h"
 #include "host/figures.h"
+#include "host/verbs/report_json.h"
 #include "host/verbs/verbs.h"
 
 #include <algorithm>
@@ -29,9 +29,7 @@ std::string summary(const BenchReport& report) {
 }
 
 std::string reportJson(const BenchReport& report) {
-    JsonWriter json(2);
-    json.beginObject();
-    json.key("format").value("talvisora-bench");
+    ReportJson json("talvisora-bench", 2);
     json.key("character").value(report.character);
     json.key("clip").value(report.clip);
     json.key("processor").value(report.processor);
@@ -39,8 +37,7 @@ std::string reportJson(const BenchReport& report) {
     json.key("threads").value(report.threads);
     json.key("frames").value(std::uint64_t(report.frames));
     json.key("rounds").value(report.rounds);
-    json.key("points").value(std::uint64_t(report.points));
-    json.key("blocks").value(std::uint64_t(report.blocks));
+    json.counts({{"points", report.points}, {"blocks", report.blocks}});
     json.key("blocksPerPoint").value(report.blocksPerPoint);
     for (const BenchTimes& times : report.times) {
         json.key(times.what == "caches kept" ? "cachesKept" : "cachesRebuilt").beginObject();
@@ -50,7 +47,7 @@ std::string reportJson(const BenchReport& report) {
         json.key("nanosecondsPerPoint").value(times.nanosecondsPerPoint).endObject();
     }
     json.key("notes").value(report.notes);
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/capture/json_writer.h"
 #include "host/figures.h"
 #include "host/rig_file/npy.h"
-#include "host/verbs/point_list.h"
+#include "host/verbs/lines.h"
+#include "host/verbs/report_json.h"
 #include "host/verbs/verbs.h"
 
 namespace talvisora::host {
@@ -10,13 +10,10 @@ namespace talvisora::host {
 namespace {
 
 std::string reportJson(const BindReport& report) {
-    JsonWriter json(2);
-    json.beginObject();
-    json.key("format").value("talvisora-bind");
+    ReportJson json("talvisora-bind", 2);
     json.key("character").value(report.character);
     json.key("output").value(report.output);
-    json.key("points").value(std::uint64_t(report.points));
-    json.key("leftBehind").value(std::uint64_t(report.leftBehind));
+    json.counts({{"points", report.points}, {"leftBehind", report.leftBehind}});
     json.key("blocksPerPoint").value(report.blocksPerPoint);
     json.key("blocks").beginArray();
     for (const BlockLine& block : report.blocks) {
@@ -31,7 +28,7 @@ std::string reportJson(const BindReport& report) {
     json.endArray();
     json.key("notes").value(report.notes);
     json.key("pictures").value(report.pictures);
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 std::string summary(const BindReport& report) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/capture/json_writer.h"
 #include "host/figures.h"
-#include "host/verbs/point_list.h"
+#include "host/verbs/lines.h"
+#include "host/verbs/report_json.h"
 #include "host/verbs/verbs.h"
 
 namespace talvisora::host {
@@ -9,8 +9,7 @@ namespace talvisora::host {
 namespace {
 
 std::string summary(const CheckReport& report) {
-    std::string text;
-    for (const std::string& note : report.notes) text += oneLine("note: " + note);
+    std::string text = noteLines(report.notes);
     for (const Finding& finding : report.findings) {
         std::string line = finding.block.empty() ? "" : "block '" + finding.block + "' ";
         if (finding.kind != FindingKind::kChain && !line.empty()) line.back() = ':', line += " ";
@@ -26,13 +25,10 @@ std::string summary(const CheckReport& report) {
 }
 
 std::string reportJson(const CheckReport& report) {
-    JsonWriter json;
-    json.beginObject();
-    json.key("format").value("talvisora-check");
+    ReportJson json("talvisora-check");
     json.key("target").value(report.target);
     json.key("character").value(report.character);
-    json.key("points").value(std::uint64_t(report.points));
-    json.key("blocks").value(std::uint64_t(report.blocks));
+    json.counts({{"points", report.points}, {"blocks", report.blocks}});
     json.key("evaluated").value(report.evaluated);
     json.key("findings").beginArray();
     for (const Finding& finding : report.findings) {
@@ -47,7 +43,7 @@ std::string reportJson(const CheckReport& report) {
     json.endArray();
     json.key("notes").value(report.notes);
     json.key("pictures").value(report.pictures);
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 } // namespace

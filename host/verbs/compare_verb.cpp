@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/capture/json_writer.h"
 #include "host/compare/compare_job.h"
 #include "host/figures.h"
-#include "host/verbs/point_list.h"
+#include "host/verbs/lines.h"
+#include "host/verbs/report_json.h"
 #include "host/verbs/verbs.h"
 
 namespace talvisora::host {
@@ -86,9 +86,7 @@ void writeDifference(JsonWriter& json, const Difference& difference) {
 }
 
 std::string reportJson(const CompareReport& report) {
-    JsonWriter json(2);
-    json.beginObject();
-    json.key("format").value("talvisora-compare");
+    ReportJson json("talvisora-compare", 2);
     json.key("first").value(report.first);
     json.key("second").value(report.second);
     json.key("unit").value(report.unit);
@@ -103,7 +101,7 @@ std::string reportJson(const CompareReport& report) {
     report.limit ? json.value(*report.limit) : json.null();
     json.key("over").value(report.over);
     if (!report.picture.empty()) json.key("picture").value(report.picture);
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 } // namespace

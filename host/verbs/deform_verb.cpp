@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/capture/json_writer.h"
 #include "host/figures.h"
+#include "host/verbs/report_json.h"
 #include "host/verbs/verbs.h"
 
 namespace talvisora::host {
@@ -52,17 +52,15 @@ void writeSurface(JsonWriter& json, const SurfaceReport& surface) {
 }
 
 std::string reportJson(const DeformReport& report) {
-    JsonWriter json(2);
-    json.beginObject();
-    json.key("format").value("talvisora-deform");
+    ReportJson json("talvisora-deform", 2);
     json.key("character").value(report.character);
     json.key("clip").value(report.clip);
-    json.key("frames").value(std::uint64_t(report.frames));
-    json.key("points").value(std::uint64_t(report.points));
-    json.key("vertices").value(std::uint64_t(report.vertices));
-    json.key("triangles").value(std::uint64_t(report.triangles));
-    json.key("blocks").value(std::uint64_t(report.blocks));
-    json.key("records").value(std::uint64_t(report.records));
+    json.counts({{"frames", report.frames},
+                 {"points", report.points},
+                 {"vertices", report.vertices},
+                 {"triangles", report.triangles},
+                 {"blocks", report.blocks},
+                 {"records", report.records}});
     json.key("blocksPerPoint").value(report.blocksPerPoint);
     json.key("leftBehind").value(report.leftBehind);
     json.key("deformSeconds").value(report.deformSeconds);
@@ -99,7 +97,7 @@ std::string reportJson(const DeformReport& report) {
     }
     json.key("notes").value(report.notes);
     json.key("written").value(report.written);
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/capture/json_writer.h"
 #include "host/figures.h"
-#include "host/verbs/point_list.h"
+#include "host/verbs/lines.h"
+#include "host/verbs/report_json.h"
 #include "host/verbs/verbs.h"
 #include "host/version.h"
 
@@ -90,9 +90,7 @@ void writeTexts(JsonWriter& json, const NamedTexts& entries) {
 }
 
 std::string reportJson(const DoctorReport& report) {
-    JsonWriter json;
-    json.beginObject();
-    json.key("format").value("talvisora-doctor");
+    ReportJson json("talvisora-doctor");
     json.key("version").value(kVersion);
     json.key("compiler").value(report.system.compiler);
     json.key("system").value(report.system.system);
@@ -151,7 +149,7 @@ std::string reportJson(const DoctorReport& report) {
     for (const Ailment& ailment : report.ailments)
         json.beginObject().key("what").value(ailment.what).key("cure").value(ailment.cure).endObject();
     json.endArray();
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/capture/json_writer.h"
 #include "host/draw/draw_job.h"
 #include "host/figures.h"
-#include "host/verbs/point_list.h"
+#include "host/verbs/lines.h"
+#include "host/verbs/report_json.h"
 #include "host/verbs/verbs.h"
 
 namespace talvisora::host {
@@ -10,8 +10,7 @@ namespace talvisora::host {
 namespace {
 
 std::string summary(const DrawReport& report) {
-    std::string text;
-    for (const std::string& note : report.notes) text += oneLine("note: " + note);
+    std::string text = noteLines(report.notes);
     std::string line = report.output + ": " + report.pose + ", " + counted(report.blocks, "block") + ", " +
                        counted(report.lines, "line");
     if (report.labels + report.hiddenLabels + report.crowdedLabels > 0)
@@ -24,22 +23,20 @@ std::string summary(const DrawReport& report) {
 }
 
 std::string reportJson(const DrawReport& report) {
-    JsonWriter json;
-    json.beginObject();
-    json.key("format").value("talvisora-draw");
+    ReportJson json("talvisora-draw");
     json.key("output").value(report.output);
     json.key("pose").value(report.pose);
-    json.key("width").value(std::uint64_t(report.width));
-    json.key("height").value(std::uint64_t(report.height));
-    json.key("calls").value(std::uint64_t(report.calls));
-    json.key("blocks").value(std::uint64_t(report.blocks));
-    json.key("straightJoints").value(std::uint64_t(report.straightJoints));
-    json.key("lines").value(std::uint64_t(report.lines));
-    json.key("labels").value(std::uint64_t(report.labels));
-    json.key("hiddenLabels").value(std::uint64_t(report.hiddenLabels));
-    json.key("crowdedLabels").value(std::uint64_t(report.crowdedLabels));
+    json.counts({{"width", report.width},
+                 {"height", report.height},
+                 {"calls", report.calls},
+                 {"blocks", report.blocks},
+                 {"straightJoints", report.straightJoints},
+                 {"lines", report.lines},
+                 {"labels", report.labels},
+                 {"hiddenLabels", report.hiddenLabels},
+                 {"crowdedLabels", report.crowdedLabels}});
     json.key("notes").value(report.notes);
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 } // namespace

@@ -1,22 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/capture/json_writer.h"
 #include "host/figures.h"
-#include "host/verbs/point_list.h"
+#include "host/verbs/lines.h"
+#include "host/verbs/report_json.h"
 #include "host/verbs/verbs.h"
 
 namespace talvisora::host {
 
 namespace {
 
-std::string notes(const std::vector<std::string>& list) {
-    std::string text;
-    for (const std::string& note : list) text += oneLine("note: " + note);
-    return text;
-}
-
 std::string summary(const MirrorReport& report) {
     const MirrorResult& result = report.result;
-    std::string text = notes(report.notes);
+    std::string text = noteLines(report.notes);
     for (const auto& pair : result.pairs) text += oneLine("paired: " + pair.first + ", " + pair.second);
     for (const std::string& name : result.centre) text += oneLine("centre: " + name);
     if (!result.unmatched.empty())
@@ -29,9 +23,7 @@ std::string summary(const MirrorReport& report) {
 
 std::string reportJson(const MirrorReport& report) {
     const MirrorResult& result = report.result;
-    JsonWriter json;
-    json.beginObject();
-    json.key("format").value("talvisora-mirror");
+    ReportJson json("talvisora-mirror");
     json.key("rig").value(report.rig);
     json.key("output").value(report.output);
     json.key("points").value(std::uint64_t(report.points));
@@ -39,17 +31,16 @@ std::string reportJson(const MirrorReport& report) {
     for (const auto& pair : result.pairs) json.beginArray().value(pair.first).value(pair.second).endArray();
     json.endArray();
     json.key("centre").value(result.centre);
-    json.key("mirrored").value(std::uint64_t(result.mirrored));
-    json.key("seam").value(std::uint64_t(result.seam));
+    json.counts({{"mirrored", result.mirrored}, {"seam", result.seam}});
     json.key("unmatched").value(result.unmatched);
     json.key("notes").value(report.notes);
     json.key("pictures").value(report.pictures);
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 std::string summary(const TransferReport& report) {
     const TransferResult& result = report.result;
-    std::string text = notes(report.notes);
+    std::string text = noteLines(report.notes);
     if (!result.unmatched.empty())
         text += "too far from the old surface, filled from their neighbours; " + pointList(result.unmatched) +
                 "\n";
@@ -64,20 +55,17 @@ std::string summary(const TransferReport& report) {
 }
 
 std::string reportJson(const TransferReport& report) {
-    JsonWriter json;
-    json.beginObject();
-    json.key("format").value("talvisora-transfer");
+    ReportJson json("talvisora-transfer");
     json.key("rig").value(report.rig);
     json.key("character").value(report.character);
     json.key("output").value(report.output);
-    json.key("pointsBefore").value(std::uint64_t(report.pointsBefore));
-    json.key("points").value(std::uint64_t(report.points));
+    json.counts({{"pointsBefore", report.pointsBefore}, {"points", report.points}});
     json.key("unmatched").value(report.result.unmatched);
     json.key("islands").value(std::uint64_t(report.result.islands));
     json.key("farthest").value(report.result.farthest);
     json.key("notes").value(report.notes);
     json.key("pictures").value(report.pictures);
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 } // namespace

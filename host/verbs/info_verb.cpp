@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/character/describe.h"
 #include "host/replay/answer.h"
+#include "host/verbs/report_json.h"
 #include "host/verbs/verbs.h"
 
 #include <cmath>
@@ -74,14 +75,14 @@ void moduleInfo(const InfoVerb& verb) {
         throw HostError(ExitCode::kModuleFailed,
                         verb.target + ": declaring attributes threw '" + result.thrown + "'");
     if (verb.json) {
-        JsonWriter json;
-        json.beginObject().key("format").value("talvisora-module").key("module").value(verb.target);
+        ReportJson json("talvisora-module");
+        json.key("module").value(verb.target);
         json.key("commands").beginArray();
         for (const char* name : {"help", "resetParams", "resetWeights", "checkFloatingPoints"})
             if (session.hasCommand(name)) json.value(name);
         json.endArray();
         writeDescriptors(json.key("attributes"), declared);
-        printOut(json.endObject().text() + "\n");
+        printOut(json.done());
         return;
     }
     std::string text = verb.target + "\n";
@@ -103,18 +104,16 @@ void writeWeights(JsonWriter& json, const WeightReport& weights) {
 }
 
 std::string characterJson(const CharacterDescription& about) {
-    JsonWriter json;
-    json.beginObject();
-    json.key("format").value("talvisora-character");
+    ReportJson json("talvisora-character");
     json.key("path").value(about.path);
     json.key("metresPerFileUnit").value(about.metresPerFileUnit);
     json.key("unitFromMetadata").value(about.unitFromMetadata);
     json.key("evaluationPerFileUnit").value(about.evaluationPerFileUnit);
     json.key("size").value(about.size);
-    json.key("meshes").value(std::uint64_t(about.meshes));
-    json.key("vertices").value(std::uint64_t(about.vertices));
-    json.key("points").value(std::uint64_t(about.points));
-    json.key("triangles").value(std::uint64_t(about.triangles));
+    json.counts({{"meshes", about.meshes},
+                 {"vertices", about.vertices},
+                 {"points", about.points},
+                 {"triangles", about.triangles}});
     json.key("joints").value(about.joints);
     json.key("jointParents").value(about.jointParents);
     json.key("chains").beginArray();
@@ -134,7 +133,7 @@ std::string characterJson(const CharacterDescription& about) {
     writeWeights(json.key("weights"), about.weights);
     json.key("blocksPerPoint").value(about.blocksPerPoint);
     json.key("warnings").value(about.warnings);
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 void characterInfo(const InfoVerb& verb) {

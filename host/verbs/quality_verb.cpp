@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/capture/json_writer.h"
 #include "host/figures.h"
 #include "host/text_table.h"
-#include "host/verbs/point_list.h"
+#include "host/verbs/lines.h"
+#include "host/verbs/report_json.h"
 #include "host/verbs/verbs.h"
 
 namespace talvisora::host {
@@ -26,9 +26,7 @@ std::string summary(const LimbReport& report) {
 }
 
 std::string reportJson(const LimbReport& report) {
-    JsonWriter json;
-    json.beginObject();
-    json.key("format").value("talvisora-quality");
+    ReportJson json("talvisora-quality");
     json.key("settings").value(report.settings);
     json.key("faces").value(std::uint64_t(report.faces));
     json.key("rows").beginArray();
@@ -46,7 +44,7 @@ std::string reportJson(const LimbReport& report) {
     }
     json.endArray();
     json.key("written").value(report.written);
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/capture/json_writer.h"
 #include "host/figures.h"
 #include "host/text_table.h"
-#include "host/verbs/point_list.h"
+#include "host/verbs/lines.h"
+#include "host/verbs/report_json.h"
 #include "host/verbs/verbs.h"
 
 namespace talvisora::host {
@@ -22,16 +22,13 @@ std::string summary(const ResetReport& report, const char* command) {
 }
 
 std::string reportJson(const ResetReport& report, const char* command) {
-    JsonWriter json(2);
-    json.beginObject();
-    json.key("format").value("talvisora-reset");
+    ReportJson json("talvisora-reset", 2);
     json.key("command").value(command);
     json.key("rig").value(report.rig);
     json.key("character").value(report.character);
     json.key("output").value(report.output);
-    json.key("points").value(std::uint64_t(report.points));
-    json.key("selected").value(std::uint64_t(report.selected));
-    json.key("leftBehind").value(std::uint64_t(report.leftBehind));
+    json.counts(
+        {{"points", report.points}, {"selected", report.selected}, {"leftBehind", report.leftBehind}});
     json.key("blocks").beginArray();
     for (const ResetLine& line : report.blocks) {
         json.beginObject();
@@ -42,7 +39,7 @@ std::string reportJson(const ResetReport& report, const char* command) {
     json.endArray();
     json.key("notes").value(report.notes);
     json.key("pictures").value(report.pictures);
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/capture/json_writer.h"
 #include "host/figures.h"
-#include "host/verbs/point_list.h"
+#include "host/verbs/lines.h"
+#include "host/verbs/report_json.h"
 #include "host/verbs/verbs.h"
 #include "host/view/view_job.h"
 
@@ -20,19 +20,15 @@ std::string summary(const ViewReport& report) {
 }
 
 std::string reportJson(const ViewReport& report) {
-    JsonWriter json;
-    json.beginObject();
-    json.key("format").value("talvisora-view-report");
+    ReportJson json("talvisora-view-report");
     json.key("output").value(report.output);
     json.key("clip").value(report.clip);
-    json.key("frames").value(std::uint64_t(report.frames));
-    json.key("points").value(std::uint64_t(report.points));
-    json.key("blocks").value(std::uint64_t(report.blocks));
+    json.counts({{"frames", report.frames}, {"points", report.points}, {"blocks", report.blocks}});
     json.key("ways").value(report.ways);
     json.key("bytes").value(report.bytes);
     if (!report.gpu.empty()) json.key("gpu").value(report.gpu).key("gpuLargest").value(report.gpuLargest);
     json.key("notes").value(report.notes);
-    return json.endObject().text() + "\n";
+    return json.done();
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Lists for people: points (how many, and the first ten) and files, one line each.
+// Lists for people: points (how many, and the first ten), notes and files, one line each.
 #pragma once
 
 #include "host/figures.h"
@@ -33,6 +33,13 @@ inline std::string oneLine(std::string text) {
     for (char& c : text)
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
     return text + "\n";
+}
+
+/// "note: A", one line per note.
+inline std::string noteLines(const std::vector<std::string>& notes) {
+    std::string text;
+    for (const std::string& note : notes) text += oneLine("note: " + note);
+    return text;
 }
 
 /// "wrote A", one line per file.
