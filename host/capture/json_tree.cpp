@@ -67,21 +67,21 @@ public:
 
     bool key(string_t& name) override {
         const auto added = open_.back()->object()->emplace(name, JsonValue());
-        if (!added.second) refuse(&name, "key given twice");
+        if (!added.second) refuse(&name, "key given twice; leave one out");
         next_ = &*added.first;
         return true;
     }
 
     bool parse_error(std::size_t position, const std::string&,
                      const nlohmann::detail::exception& error) override {
-        if (error.id == 406) refuse(nullptr, "number too large for a double");
+        if (error.id == 406) refuse(nullptr, "number too large for a double; write a smaller one");
         const std::string_view before = text_.substr(0, std::min(position, text_.size()));
         const auto line = 1 + std::count(before.begin(), before.end(), '\n');
         const std::size_t start = before.rfind('\n');
         const std::size_t offset = before.size() - (start == std::string_view::npos ? 0 : start + 1);
         const std::size_t column = std::max<std::size_t>(offset, 1); // the end of an empty line counts as 1
         throw HostError(ExitCode::kInput, "not valid JSON at line " + std::to_string(line) + ", column " +
-                                              std::to_string(column));
+                                              std::to_string(column) + "; mend the text there");
     }
 
 private:
@@ -103,8 +103,9 @@ private:
     }
     bool open(JsonValue value) {
         if (open_.size() >= kMaxJsonDepth)
-            throw HostError(ExitCode::kInput, "nested deeper than " + std::to_string(kMaxJsonDepth) +
-                                                  " levels; captures and rig files need about ten");
+            throw HostError(ExitCode::kInput,
+                            "nested deeper than " + std::to_string(kMaxJsonDepth) +
+                                " levels; captures and rig files need about ten, name one of them");
         // The parent does not grow while the child is open, so the pointer stays good.
         if (!open_.empty()) names_.push_back(open_.back()->object() ? next_->first : std::string());
         open_.push_back(place(std::move(value)));
@@ -177,7 +178,7 @@ std::string readJsonFile(const std::string& path) {
         throw HostError(ExitCode::kInput, std::string("cannot be opened (") + std::strerror(errno) +
                                               "); check the path and its permissions");
     std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (file.bad()) throw HostError(ExitCode::kInput, "reading failed");
+    if (file.bad()) throw HostError(ExitCode::kInput, "reading failed; its disk may have a fault");
     return text;
 }
 

@@ -103,7 +103,7 @@ private:
     void readType() {
         skipBlanks();
         if (!text_.empty() && text_[0] == '[')
-            refuse("it is an array of records; '<f4', '<f8' or '<i4' expected");
+            refuse("it is an array of records; save one of its fields as '<f4', '<f8' or '<i4'");
         const std::string_view type = quoted();
         for (const NpyType known : {NpyType::kFloat32, NpyType::kFloat64, NpyType::kInt32})
             if (type == npyTypeText(known)) {
@@ -111,7 +111,7 @@ private:
                 return;
             }
         refuse("its values are of type '" + std::string(type.substr(0, 40)) +
-               "'; '<f4', '<f8' or '<i4' expected");
+               "'; save them as '<f4', '<f8' or '<i4'");
     }
     void readShape() {
         need('(');
@@ -120,7 +120,7 @@ private:
             std::uint64_t size = 0;
             std::size_t digits = 0;
             for (; digits < text_.size() && text_[digits] >= '0' && text_[digits] <= '9'; ++digits) {
-                if (digits == 18) refuse("its shape is larger than any file");
+                if (digits == 18) refuse("its shape is larger than any file; save it again");
                 size = size * 10 + static_cast<std::uint64_t>(text_[digits] - '0');
             }
             if (digits == 0 || header_.shape.size() == kMostDimensions) broken();
@@ -162,25 +162,25 @@ NpyArray parseNpy(std::string_view bytes) {
     const int major = static_cast<unsigned char>(bytes[6]), minor = static_cast<unsigned char>(bytes[7]);
     if ((major != 1 && major != 2) || minor != 0)
         refuse("it is a .npy file of version " + std::to_string(major) + "." + std::to_string(minor) +
-               "; 1.0 or 2.0 expected");
+               "; 1.0 and 2.0 are read, save it with numpy.save");
     const std::size_t lengthBytes = major == 1 ? 2 : 4, start = 8 + lengthBytes;
-    if (bytes.size() < start) refuse("it ends inside its header");
+    if (bytes.size() < start) refuse("it ends inside its header; save it again");
     const std::uint64_t length = littleEndian(bytes.substr(8, lengthBytes));
-    if (length > kLongestHeader) refuse("its header is longer than any that numpy writes");
-    if (length > bytes.size() - start) refuse("it ends inside its header");
+    if (length > kLongestHeader) refuse("its header is longer than any that numpy writes; save it again");
+    if (length > bytes.size() - start) refuse("it ends inside its header; save it again");
 
     const Header header = HeaderReader(bytes.substr(start, static_cast<std::size_t>(length))).read();
     const std::string_view data = bytes.substr(start + static_cast<std::size_t>(length));
     std::uint64_t count = 1;
     for (const std::uint64_t size : header.shape) {
         if (size != 0 && count > std::numeric_limits<std::uint64_t>::max() / 16 / size)
-            refuse("its shape is larger than any file");
+            refuse("its shape is larger than any file; save it again");
         count *= size;
     }
     const std::uint64_t expected = count * sizeOf(header.type);
     if (data.size() != expected)
         refuse("its shape needs " + std::to_string(expected) + " bytes of values, it has " +
-               std::to_string(data.size()));
+               std::to_string(data.size()) + "; save it again");
 
     NpyArray array;
     array.type = header.type;
@@ -198,17 +198,19 @@ std::string readRegularFile(const std::string& path) {
     namespace fs = std::filesystem;
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
-    if (status.type() == fs::file_type::not_found) refuse("there is no such file");
-    if (status.type() == fs::file_type::directory) refuse("it is a folder");
-    if (fs::exists(status) && !fs::is_regular_file(status)) refuse("it is not a regular file");
+    if (status.type() == fs::file_type::not_found) refuse("there is no such file; check the path");
+    if (status.type() == fs::file_type::directory) refuse("it is a folder; name a file in it");
+    if (fs::exists(status) && !fs::is_regular_file(status))
+        refuse("it is not a regular file; copy what it gives into one");
     errno = 0;
     std::ifstream file(path, std::ios::binary);
-    if (!file) refuse(std::string("it cannot be opened (") + std::strerror(errno) + ")");
+    if (!file)
+        refuse(std::string("it cannot be opened (") + std::strerror(errno) + "); check its permissions");
     std::string bytes;
     const std::uintmax_t size = fs::file_size(path, error);
     if (!error) bytes.reserve(static_cast<std::size_t>(size));
     bytes.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    if (file.bad()) refuse("reading it failed");
+    if (file.bad()) refuse("reading it failed; its disk may have a fault");
     return bytes;
 }
 

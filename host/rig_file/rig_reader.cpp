@@ -258,18 +258,19 @@ private:
         } catch (const HostError& error) {
             refuse(error.what());
         }
-        if (array.type == NpyType::kInt32) refuse("its values are of type '<i4'; '<f4' or '<f8' expected");
+        if (array.type == NpyType::kInt32)
+            refuse("its values are of type '<i4'; save them as '<f4' or '<f8'");
         if (array.shape.size() != 1)
-            refuse("it has " + std::to_string(array.shape.size()) + " dimensions; one expected");
+            refuse("it has " + std::to_string(array.shape.size()) + " dimensions; save it with one");
         if (array.values.size() != points)
             refuse(std::to_string(points) + " values expected, one per point, " +
-                   std::to_string(array.values.size()) + " found");
+                   std::to_string(array.values.size()) + " found; save a list of this mesh");
         std::vector<float> values;
         values.reserve(points);
         for (const double value : array.values) {
             if (!(value >= 0.0 && value <= 1.0))
                 refuse("the value of point " + std::to_string(values.size()) +
-                       " is not a number from 0 to 1");
+                       " is not a number from 0 to 1; save it with one");
             values.push_back(static_cast<float>(value));
         }
         return values;

@@ -347,19 +347,21 @@ TEST(Capture, WritesNumbersThatReadBackBitForBit) {
 }
 
 TEST(HostileCapture, EndsInOneLine) {
-    EXPECT_EQ(refusal(""), "not valid JSON at line 1, column 1");
+    EXPECT_EQ(refusal(""), "not valid JSON at line 1, column 1; mend the text there");
     EXPECT_EQ(refusal("{\"format\": \n  nonsense}").substr(0, 24), "not valid JSON at line 2");
     EXPECT_NE(refusal(document("") + "x").find("not valid JSON"), std::string::npos);
     EXPECT_NE(refusal(document("\"attributes\": {\"\xff\": null}")).find("not valid JSON"),
               std::string::npos);
     EXPECT_EQ(refusalOf(R"("record": {"points": [[1e999, 0, 0]]})"),
-              "/record/points/0/0: number too large for a double");
-    EXPECT_EQ(refusalOf(R"("attributes": {"a": null, "a": null})"), "/attributes/a: key given twice");
+              "/record/points/0/0: number too large for a double; write a smaller one");
+    EXPECT_EQ(refusalOf(R"("attributes": {"a": null, "a": null})"),
+              "/attributes/a: key given twice; leave one out");
     EXPECT_EQ(refusalOf(R"("calls": [{"call": "line\nbreak"}])"), "/calls/0/call: unknown call 'line?break'");
 }
 
 TEST(HostileCapture, DeepNestingDoesNotReachTheStack) {
-    const std::string limit = "nested deeper than 256 levels; captures and rig files need about ten";
+    const std::string limit =
+        "nested deeper than 256 levels; captures and rig files need about ten, name one of them";
     EXPECT_EQ(refusal(std::string(100000, '[')), limit);
     std::string objects;
     for (int k = 0; k < 100000; ++k) objects += "{\"a\":";

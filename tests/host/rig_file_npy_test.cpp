@@ -87,18 +87,20 @@ TEST(Npy, RefusesEveryBrokenFileByName) {
     EXPECT_EQ(fault("PK\x03\x04 something else"), "it is not a .npy file; save it with numpy.save");
     std::string version = good;
     version[6] = 3;
-    EXPECT_EQ(fault(version), "it is a .npy file of version 3.0; 1.0 or 2.0 expected");
-    EXPECT_EQ(fault(good.substr(0, good.size() - 1)), "its shape needs 12 bytes of values, it has 11");
-    EXPECT_EQ(fault(good + "x"), "its shape needs 12 bytes of values, it has 13");
+    EXPECT_EQ(fault(version),
+              "it is a .npy file of version 3.0; 1.0 and 2.0 are read, save it with numpy.save");
+    EXPECT_EQ(fault(good.substr(0, good.size() - 1)),
+              "its shape needs 12 bytes of values, it has 11; save it again");
+    EXPECT_EQ(fault(good + "x"), "its shape needs 12 bytes of values, it has 13; save it again");
     const auto faultOf = [](const std::string& dictionary) {
         return fault(header(dictionary) + kThreeFloats);
     };
     EXPECT_EQ(faultOf("{'descr': '>f4', 'fortran_order': False, 'shape': (3,), }"),
-              "its values are of type '>f4'; '<f4', '<f8' or '<i4' expected");
+              "its values are of type '>f4'; save them as '<f4', '<f8' or '<i4'");
     EXPECT_EQ(faultOf("{'descr': '|O', 'fortran_order': False, 'shape': (3,), }"),
-              "its values are of type '|O'; '<f4', '<f8' or '<i4' expected");
+              "its values are of type '|O'; save them as '<f4', '<f8' or '<i4'");
     EXPECT_EQ(faultOf("{'descr': [('a', '<f4')], 'fortran_order': False, 'shape': (3,), }"),
-              "it is an array of records; '<f4', '<f8' or '<i4' expected");
+              "it is an array of records; save one of its fields as '<f4', '<f8' or '<i4'");
     EXPECT_EQ(faultOf("{'descr': '<f4', 'fortran_order': True, 'shape': (3,), }"),
               "its values are in Fortran order; save them in C order");
     for (const char* dictionary :
@@ -118,17 +120,20 @@ TEST(Npy, HostileSizesAreRefusedBeforeAnythingIsAllocated) {
     const auto shaped = [](const std::string& shape) {
         return fault(header("{'descr': '<f8', 'fortran_order': False, 'shape': (" + shape + "), }"));
     };
-    EXPECT_EQ(shaped("1000000000000000,"), "its shape needs 8000000000000000 bytes of values, it has 0");
-    EXPECT_EQ(shaped("4294967296, 4294967296"), "its shape is larger than any file");
-    EXPECT_EQ(shaped("99999999999999999999999,"), "its shape is larger than any file");
+    EXPECT_EQ(shaped("1000000000000000,"),
+              "its shape needs 8000000000000000 bytes of values, it has 0; save it again");
+    EXPECT_EQ(shaped("4294967296, 4294967296"), "its shape is larger than any file; save it again");
+    EXPECT_EQ(shaped("99999999999999999999999,"), "its shape is larger than any file; save it again");
     std::string dimensions;
     for (int k = 0; k < 40; ++k) dimensions += "1, ";
     EXPECT_EQ(shaped(dimensions), "its header is not one that numpy writes; save it again");
     // A header that claims more than there is, in both versions.
-    EXPECT_EQ(fault(std::string("\x93NUMPY\x01\x00\xff\xff{'descr'", 18)), "it ends inside its header");
+    EXPECT_EQ(fault(std::string("\x93NUMPY\x01\x00\xff\xff{'descr'", 18)),
+              "it ends inside its header; save it again");
     EXPECT_EQ(fault(std::string("\x93NUMPY\x02\x00\xff\xff\xff\xff{", 13)),
-              "its header is longer than any that numpy writes");
-    EXPECT_EQ(fault(std::string("\x93NUMPY\x02\x00\x01\x00", 10)), "it ends inside its header");
+              "its header is longer than any that numpy writes; save it again");
+    EXPECT_EQ(fault(std::string("\x93NUMPY\x02\x00\x01\x00", 10)),
+              "it ends inside its header; save it again");
 }
 
 TEST(Npy, EveryCutAndEveryFlippedByteIsReadOrRefused) {

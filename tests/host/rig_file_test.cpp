@@ -159,7 +159,8 @@ TEST_F(RigFiles, EveryWrongValueIsNamedWithItsPointer) {
         json[Json::json_pointer(broken.pointer)] = Json::parse(broken.value);
         EXPECT_EQ(fault(json), broken.fault);
     }
-    EXPECT_EQ(faultOfText("{\"format\": \"talvisora-rig\","), "not valid JSON at line 1, column 27");
+    EXPECT_EQ(faultOfText("{\"format\": \"talvisora-rig\","),
+              "not valid JSON at line 1, column 27; mend the text there");
     EXPECT_EQ(faultOfText("[]"), "object expected, list found");
 }
 
@@ -208,22 +209,24 @@ TEST_F(RigFiles, EveryWrongArrayFileIsNamed) {
         return fault(json);
     };
     const std::string place = "/blocks/0/blockWeights/file: 'w.npy': ";
-    EXPECT_EQ(fault(json), place + "there is no such file");
-    EXPECT_EQ(faultWith(npyBytes({0, 0, 0})), place + "4 values expected, one per point, 3 found");
+    EXPECT_EQ(fault(json), place + "there is no such file; check the path");
+    EXPECT_EQ(faultWith(npyBytes({0, 0, 0})),
+              place + "4 values expected, one per point, 3 found; save a list of this mesh");
     EXPECT_EQ(faultWith(npyBytes({0, 0, 0, 0}).substr(0, 140)),
-              place + "its shape needs 16 bytes of values, it has 12");
-    EXPECT_EQ(faultWith(npyBytes({0, 0, 2, 0})), place + "the value of point 2 is not a number from 0 to 1");
+              place + "its shape needs 16 bytes of values, it has 12; save it again");
+    EXPECT_EQ(faultWith(npyBytes({0, 0, 2, 0})),
+              place + "the value of point 2 is not a number from 0 to 1; save it with one");
     EXPECT_EQ(faultWith(npyBytes({0, 0, 0, NAN})),
-              place + "the value of point 3 is not a number from 0 to 1");
+              place + "the value of point 3 is not a number from 0 to 1; save it with one");
     std::string whole = npyBytes({0, 0, 0, 0});
     whole.replace(whole.find("<f4"), 3, "<i4");
-    EXPECT_EQ(faultWith(whole), place + "its values are of type '<i4'; '<f4' or '<f8' expected");
+    EXPECT_EQ(faultWith(whole), place + "its values are of type '<i4'; save them as '<f4' or '<f8'");
     std::string square = npyBytes({0, 0, 0, 0});
     square.replace(square.find("(4,), } "), 8, "(2, 2)} ");
-    EXPECT_EQ(faultWith(square), place + "it has 2 dimensions; one expected");
+    EXPECT_EQ(faultWith(square), place + "it has 2 dimensions; save it with one");
     fs::remove(path("w.npy"));
     fs::create_directory(path("w.npy"));
-    EXPECT_EQ(fault(json), place + "it is a folder");
+    EXPECT_EQ(fault(json), place + "it is a folder; name a file in it");
 }
 
 TEST_F(RigFiles, ReferencesStayInTheFolderOfTheRigFile) {

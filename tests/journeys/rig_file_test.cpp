@@ -179,7 +179,7 @@ TEST_F(RigFile, UnknownKeysAreRefusedOrTakenOnRequest) {
 }
 
 TEST_F(RigFile, MissingPartsAreNamed) {
-    EXPECT_EQ(fault(3), "there is no such file");
+    EXPECT_EQ(fault(3), "there is no such file; check the path");
     bind();
     for (const auto& entry : fs::directory_iterator(path("bull.rig.arrays")))
         if (entry.path().filename().string().rfind("Tail01.params", 0) == 0) fs::remove(entry.path());
