@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// Characters put together in memory for the tests: joints by position, points by weights, clips by keys.
+// Characters put together in memory for the tests: joints by position, points by weights, clips by keys; and
+// what holds for the rig of any.
 #pragma once
 
-#include "host/character/character.h"
+#include "host/character/auto_blocks.h"
 
+#include <gtest/gtest.h>
+
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -74,6 +78,30 @@ inline std::vector<std::string> shortNames(const std::vector<std::string>& recor
     std::vector<std::string> names;
     for (const std::string& record : records) names.push_back(record.substr(record.rfind('/') + 1));
     return names;
+}
+
+inline Quatd turnAbout(const Vec3d& axis, double angle) {
+    const Vec3d a = axis * std::sin(angle / 2);
+    return {a.x, a.y, a.z, std::cos(angle / 2)};
+}
+
+/// A straight chain along x with one point per joint.
+inline Character straight(int joints) {
+    std::vector<Bone> bones;
+    for (int j = 0; j < joints; ++j) bones.push_back({"j" + std::to_string(j), j - 1, {double(j), 0, 0}});
+    Character c = makeSkeleton(bones);
+    for (int j = 0; j < joints; ++j) addPointAt(c, static_cast<std::uint32_t>(j));
+    return c;
+}
+
+/// Every joint that weighs on a point is owned by exactly one block.
+inline void expectOwnedOnce(const Character& c, const AutoRig& rig) {
+    std::vector<int> owners(c.joints.size(), 0), weighs(c.joints.size(), 0);
+    for (const RigBlock& block : rig.blocks)
+        for (std::uint32_t joint : block.ownedJoints) ++owners[joint];
+    for (const Influence& i : c.influences) weighs[i.joint] = 1;
+    for (std::size_t j = 0; j < owners.size(); ++j)
+        EXPECT_TRUE(weighs[j] ? owners[j] == 1 : owners[j] <= 1) << c.joints[j].name;
 }
 
 } // namespace made_character
