@@ -67,11 +67,15 @@ void Scene::nextPose() {
     restore();
 }
 
-void Scene::nextWeights() {
-    const float factor = weightFactor_ == 1.0f ? 0.5f : 2.0f; // exact there and back
-    weightFactor_ *= factor;
-    for (ValueMap& block : castTo<GrCompound>(limb_.attributes[attribute::kBlock])->values)
-        for (float& weight : castTo<GrFloat>(block[attribute::kBlockWeights])->values) weight *= factor;
+void Scene::nextWeights(std::size_t points) {
+    if (points == 0) return;
+    float& last = points < pointCount() ? strokeFactor_ : weightFactor_;
+    const float factor = last == 1.0f ? 0.5f : 2.0f; // exact there and back
+    last *= factor;
+    for (ValueMap& block : castTo<GrCompound>(limb_.attributes[attribute::kBlock])->values) {
+        std::vector<float>& weights = castTo<GrFloat>(block[attribute::kBlockWeights])->values;
+        for (std::size_t i = 0; i < points; ++i) weights[i] *= factor;
+    }
 }
 
 void Scene::keepCaches(bool keep) {

@@ -33,9 +33,9 @@ public:
     void restoreSkin() { skinPoints_ = skinRest_; }
     /// Another pose than before and the points back: what an animation hands to the deformer.
     void nextPose();
-    /// Other block weights than before, on every point that has any: what a painter's stroke over everything,
-    /// or an animated weight, hands to the deformer.
-    void nextWeights();
+    /// Other block weights than before, for the first `points` points that have any: a painter's stroke, or
+    /// with all of them a new weighting.
+    void nextWeights(std::size_t points);
     /// "CACHE_ATTRIBUTES".
     void keepCaches(bool keep);
 
@@ -56,7 +56,7 @@ private:
     DeformRecord record_;
     std::vector<float> skinRest_, skinPoints_, skinMatrices_;
     int step_ = 0;
-    float weightFactor_ = 1.0f;
+    float strokeFactor_ = 1.0f, weightFactor_ = 1.0f;
 };
 
 } // namespace talvisora::bench

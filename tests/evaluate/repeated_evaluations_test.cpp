@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 #include <tbb/global_control.h>
 
+#include <array>
 #include <cmath>
+#include <random>
 
 #include "evaluate/allocation_limit.h"
 #include "fixtures/node_test.h"
@@ -79,6 +81,71 @@ TEST_F(RepeatedEvaluations, WithoutCachingEveryChangeShowsAtOnceAndNothingElse) 
     expectLikeNew("another rest");
     hierarchy->find("j3")->local(3, 1) += 0.125;
     expectLikeNew("another pose");
+}
+
+TEST_F(RepeatedEvaluations, AStrokeOfAFewPointsIsSeenWhereverItEnds) {
+    keepCaches(false);
+    ASSERT_EQ(evaluate(), 0);
+    record.points = input;
+    ASSERT_EQ(evaluate(), 0); // nothing has changed: the pairs are listed
+    std::mt19937 random(11);
+    for (int stroke = 0; stroke < 60; ++stroke) {
+        const std::size_t first = std::array<std::size_t, 6>{0, 1023, 1024, 4095, 4096, 4990}[random() % 6];
+        const std::size_t end = std::min<std::size_t>(kPoints, first + 1 + random() % 40);
+        const std::string& name = random() % 3 == 0 ? attribute::kParams : attribute::kBlockWeights;
+        std::vector<float>& values = list(random() % kBlocks, name);
+        const float value = static_cast<float>(random() % 5) / 4.0f;
+        for (std::size_t i = first; i < end; ++i) values[i] = value;
+        if (stroke % 7 == 3) castTo<GrFloat>(block(0)[attribute::kEnv])->value = stroke % 2 ? 0.5f : 1.0f;
+        keepCaches(stroke % 13 == 12); // such a one lists what is stale, and hides this stroke until the next
+        record.points = input;
+        if (stroke % 13 == 12)
+            ASSERT_EQ(evaluate(), 0);
+        else
+            expectLikeNew(("stroke " + std::to_string(stroke)).c_str());
+        if (stroke % 5 == 4) {
+            record.points = input;
+            keepCaches(false);
+            expectLikeNew("a pause");
+        }
+    }
+}
+
+TEST_F(RepeatedEvaluations, AStrokeWhileTheCurveIsBuiltInAnotherWayIsSeen) {
+    keepCaches(false);
+    ASSERT_EQ(evaluate(), 0);
+    record.points = input;
+    ASSERT_EQ(evaluate(), 0);
+    for (const bool simple : {true, false}) {
+        list(1, attribute::kBlockWeights)[17] = simple ? 0.25f : 0.75f;
+        castTo<GrBoolean>(block(1)[attribute::kSimple])->value = simple;
+        record.points = input;
+        ASSERT_EQ(evaluate(), 0);
+        const std::vector<Vec3d> here = record.points;
+        MyNode other;
+        other.sharedInputs["Hier hier"] = hierarchy;
+        record.points = input;
+        ASSERT_EQ(other.deformCpu(attributes, record), 0);
+        EXPECT_EQ(std::memcmp(here.data(), record.points.data(), here.size() * sizeof(Vec3d)), 0) << simple;
+    }
+}
+
+TEST_F(RepeatedEvaluations, AStrokeLeavesTheOtherTilesListed) {
+    keepCaches(false);
+    ASSERT_EQ(evaluate(), 0);
+    record.points = input;
+    ASSERT_EQ(evaluate(), 0);
+    ASSERT_TRUE(node.activePairs.valid());
+    ASSERT_GE(node.activePairs.tiles().size(), 2u);
+    list(0, attribute::kBlockWeights).back() = 0.125f;
+    record.points = input;
+    ASSERT_EQ(evaluate(), 0);
+    ASSERT_TRUE(node.activePairs.valid());
+    EXPECT_FALSE(node.activePairs.isStale(0));
+    EXPECT_TRUE(node.activePairs.isStale(node.activePairs.tiles().size() - 1));
+    record.points = input;
+    ASSERT_EQ(evaluate(), 0); // it stands still: all of it is listed again
+    EXPECT_FALSE(node.activePairs.isStale(node.activePairs.tiles().size() - 1));
 }
 
 TEST_F(RepeatedEvaluations, WhatCachingHidesShowsWhenItEnds) {

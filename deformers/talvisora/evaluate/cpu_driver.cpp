@@ -59,9 +59,9 @@ void deformRecord(MyNode& node, const RunSettings& settings, const Matrix44d& ge
     stage.tweaks = node.tweaks.data();
     stage.tweakVectors = rig.tweakVectors.data();
     // What has just changed is likely to change again, and without caching the next evaluation would see it:
-    // then a list of pairs does not pay.
+    // then listing its pairs does not pay.
     if (changing)
-        deformPointsOnce(stage, node.activePairs);
+        deformChangingPoints(stage, node.activePairs);
     else
         deformPoints(stage, node.activePairs);
 }

@@ -83,9 +83,9 @@ bool takeOver(const float* from, std::size_t count, float* to) {
 constexpr std::size_t kChunk = 4096;
 
 /// Brings the rows of weights and params up to the lists, and the ranges of chunks in which weights changed.
-/// With `all` every range is worked out. Returns whether anything changed.
+/// With `all` every range is worked out. Returns whether anything changed; listed pairs of what did are
+/// stale.
 bool cacheRows(const std::vector<BlockLists>& blocks, std::size_t pointCount, bool all, PointCache& cache) {
-    std::atomic<bool> changed{false};
     std::vector<float> spread;
     for (std::size_t b = 0; b < blocks.size(); ++b) {
         if (blocks[b].dense) continue;
@@ -95,6 +95,8 @@ bool cacheRows(const std::vector<BlockLists>& blocks, std::size_t pointCount, bo
                         &cache.blockWeights[pointSlot(static_cast<int>(b), pointCount, 0)]);
     }
     const std::size_t chunks = (pointCount + kChunk - 1) / kChunk;
+    std::vector<unsigned char>& changed = cache.shape.changedChunks;
+    changed.assign(chunks, 0);
     tbb::parallel_for(
         tbb::blocked_range<std::size_t>(0, chunks, 1), [&](const tbb::blocked_range<std::size_t>& range) {
             for (std::size_t c = range.begin(); c != range.end(); ++c) {
@@ -108,7 +110,7 @@ bool cacheRows(const std::vector<BlockLists>& blocks, std::size_t pointCount, bo
                     paramsDiffer |=
                         takeOver(blocks[b].params->values.data() + first, count, &cache.params[row]);
                 }
-                if (weightsDiffer || paramsDiffer) changed.store(true, std::memory_order_relaxed);
+                changed[c] = weightsDiffer || paramsDiffer;
                 if (!weightsDiffer) continue;
                 std::fill_n(&cache.ordersStart[first], count, 0);
                 std::fill_n(&cache.ordersEnd[first], count, 0);
@@ -118,7 +120,14 @@ bool cacheRows(const std::vector<BlockLists>& blocks, std::size_t pointCount, bo
                                  count, &cache.ordersStart[first], &cache.ordersEnd[first]);
             }
         });
-    return changed.load(std::memory_order_relaxed);
+    if (all) cache.activePairs.invalidate();
+    bool any = false;
+    for (std::size_t c = 0; c < chunks; ++c) {
+        if (!changed[c]) continue;
+        any = true;
+        cache.activePairs.invalidate(c * kChunk, kChunk);
+    }
+    return any;
 }
 
 /// Whether a list is a whole row in order: then it is copied as it stands.
@@ -258,7 +267,6 @@ Fault rebuildPointCache(const NodeAttributes& values, std::size_t pointCount, st
     cache.blockWeights.resize(blockCount * rows);
     cache.params.resize(blockCount * rows);
     shape.changed = cacheRows(lists, pointCount, all, cache) || all;
-    if (shape.changed) cache.activePairs.invalidate();
 
     cache.tweaks.assign(blockCount * MAX_CV_MATRICES, Tweak{});
     for (std::size_t b = 0; b < blockCount; ++b)

@@ -253,8 +253,17 @@ bool ActivePairs::fits(const PointStage& stage) const {
     return true;
 }
 
+void ActivePairs::invalidate(std::size_t first, std::size_t count) {
+    if (!valid_ || count == 0) return;
+    const std::size_t end = std::min((first + count - 1) / tilePoints_ + 1, tiles_.size());
+    for (std::size_t t = first / tilePoints_; t < end; ++t) {
+        stale_[t] = 1;
+        anyStale_ = true;
+    }
+}
+
 void ActivePairs::update(const PointStage& stage, const VariantTable& variant) {
-    if (fits(stage)) return;
+    if (fits(stage) && !anyStale_) return;
     valid_ = false;
     pointCount_ = stage.pointCount;
     controlPointCounts_.resize(static_cast<std::size_t>(stage.blockCount));
@@ -292,6 +301,8 @@ void ActivePairs::update(const PointStage& stage, const VariantTable& variant) {
     keptPoints_.resize(kept);
     laterKept_.resize(later);
     forTiles(tiles_.size(), [&](std::size_t t) { fillTile(stage, variant, t); });
+    stale_.assign(tiles_.size(), 0);
+    anyStale_ = false;
     valid_ = true;
 }
 
@@ -308,15 +319,13 @@ void ActivePairs::fillTile(const PointStage& stage, const VariantTable& variant,
 }
 
 void ActivePairs::deformUnlisted(const PointStage& stage, const VariantTable& variant, const TileJob& common,
-                                 std::size_t tile) {
+                                 std::size_t first, std::size_t count) {
     constexpr std::size_t kPoints = kUnlistedTilePoints;
-    const std::size_t first = tile * kPoints;
     double incoming[3 * kPoints];
     PairRun runs[MAX_CV_MATRICES];
     std::uint16_t pairPoints[kPoints], laterKept[kPoints];
     float pairWeights[kPoints], pairBasis[4 * kPoints], pairMaps[kWeightMapCount * kPoints];
-    std::memcpy(incoming, &stage.points[first].x,
-                3 * sizeof(double) * std::min(kPoints, stage.pointCount - first));
+    std::memcpy(incoming, &stage.points[first].x, 3 * sizeof(double) * count);
 
     TileJob job = common;
     for (int i = 0; i < job.pointWeightCount && job.gate == kGateUnknown; ++i)
@@ -331,7 +340,7 @@ void ActivePairs::deformUnlisted(const PointStage& stage, const VariantTable& va
     TileLists lists{runs, pairPoints, pairWeights, pairBasis, pairMaps, nullptr, laterKept};
     if (!anyTweaks(common.tables, stage.blockCount)) lists.pairMaps = nullptr; // nobody reads the maps
     job.pairMaps = lists.pairMaps;
-    TileWalk walk(stage, variant, first, kPoints);
+    TileWalk walk(stage, variant, first, count);
     walk.walkUnlisted(lists, [&] {
         job.runCount = walk.runCount;
         variant.deformTile(job);

@@ -31,8 +31,16 @@ public:
     /// Forgets everything; the next evaluation builds the list anew.
     void invalidate() { valid_ = false; }
 
-    /// Builds the list unless it fits the stage: same N, same B, same control-point count of every block.
-    /// With an exception the list stays invalid.
+    /// Says that points [first, first + count) are no longer as they were listed: their tiles are stale.
+    void invalidate(std::size_t first, std::size_t count);
+    bool isStale(std::size_t tile) const { return stale_[tile] != 0; }
+
+    /// Whether what is not stale holds for the stage: same N, same B, same control-point count of every
+    /// block.
+    bool fits(const PointStage& stage) const;
+
+    /// Builds the list unless it fits the stage and nothing is stale. With an exception the list stays
+    /// invalid.
     void update(const PointStage& stage, const VariantTable& variant);
 
     bool valid() const { return valid_; }
@@ -47,14 +55,14 @@ public:
     /// Room for the block tables of one evaluation, kept so that evaluations need not allocate.
     std::vector<BlockTable> tables;
 
-    /// Goes through tile `tile` of a list that is not kept: hands one block's pairs after the other to the
-    /// variant, ascending. `common` is what all tiles share. Same results as with a kept list.
+    /// Goes through the points from `first` on, `count` of them at most kUnlistedTilePoints, without a list:
+    /// hands one block's pairs after the other to the variant, ascending. `common` is a job with these
+    /// points. Same results as with a kept list.
     static void deformUnlisted(const PointStage& stage, const VariantTable& variant, const TileJob& common,
-                               std::size_t tile);
+                               std::size_t first, std::size_t count);
     static constexpr std::size_t kUnlistedTilePoints = 4096;
 
 private:
-    bool fits(const PointStage& stage) const;
     void fillTile(const PointStage& stage, const VariantTable& variant, std::size_t tile);
 
     bool valid_ = false;
@@ -62,6 +70,8 @@ private:
     std::size_t tilePoints_ = 0;
     std::vector<std::int32_t> controlPointCounts_;
     std::vector<Tile> tiles_;
+    std::vector<unsigned char> stale_; ///< of every tile
+    bool anyStale_ = false;
     std::vector<PairRun> runs_;
     // Of pairs; see TileJob.
     std::vector<std::uint16_t> pairPoints_;

@@ -47,14 +47,13 @@ TileJob commonJob(const PointStage& stage, const ObjectFrame& frame, const Activ
     return job;
 }
 
-/// The points of tile t and their weights.
-TileJob placedJob(const PointStage& stage, const TileJob& common, std::size_t size, std::size_t t) {
-    const std::size_t first = t * size;
+/// The points from `first` on and their weights.
+TileJob placedJob(const PointStage& stage, const TileJob& common, std::size_t first, std::size_t count) {
     const std::size_t weightsLeft = stage.pointWeightCount > first ? stage.pointWeightCount - first : 0;
     TileJob job = common;
     job.points = &stage.points[first].x;
     job.pointWeights = weightsLeft ? stage.pointWeights + first : nullptr;
-    job.pointWeightCount = static_cast<std::int32_t>(std::min({weightsLeft, size, stage.pointCount - first}));
+    job.pointWeightCount = static_cast<std::int32_t>(std::min(weightsLeft, count));
     return job;
 }
 
@@ -62,7 +61,7 @@ TileJob placedJob(const PointStage& stage, const TileJob& common, std::size_t si
 TileJob makeJob(const PointStage& stage, const TileJob& common, const ActivePairs& pairs, std::size_t t,
                 std::size_t next) {
     const std::size_t size = pairs.tilePoints();
-    TileJob job = placedJob(stage, common, size, t);
+    TileJob job = placedJob(stage, common, t * size, std::min(size, stage.pointCount - t * size));
     pairs.fillJob(t, job);
     if (next != TileRange::kNone) {
         const std::size_t first = next * size;
@@ -71,15 +70,30 @@ TileJob makeJob(const PointStage& stage, const TileJob& common, const ActivePair
     }
     return job;
 }
+
+/// Points [first, end), whose pairs are found and forgotten.
+void deformUnlisted(const PointStage& stage, const VariantTable& variant, const TileJob& common,
+                    std::size_t first, std::size_t end) {
+    for (; first < end; first += ActivePairs::kUnlistedTilePoints) {
+        const std::size_t count = std::min(ActivePairs::kUnlistedTilePoints, end - first);
+        ActivePairs::deformUnlisted(stage, variant, placedJob(stage, common, first, count), first, count);
+    }
+}
+
+/// What an evaluation works out once, before its points.
+TileJob prepare(const PointStage& stage, ObjectFrame& frame, ActivePairs& pairs) {
+    makeObjectFrame(*stage.geoMatrix, *stage.geoMatrixInverse, frame);
+    buildTables(stage, frame, pairs.tables);
+    return commonJob(stage, frame, pairs);
+}
+
 } // namespace
 
 void deformPoints(const PointStage& stage, ActivePairs& pairs, const VariantTable& variant) {
     if (stage.pointCount == 0 || stage.blockCount <= 0) return;
     pairs.update(stage, variant);
     ObjectFrame frame;
-    makeObjectFrame(*stage.geoMatrix, *stage.geoMatrixInverse, frame);
-    buildTables(stage, frame, pairs.tables);
-    const TileJob common = commonJob(stage, frame, pairs);
+    const TileJob common = prepare(stage, frame, pairs);
     forTiles(pairs.tiles().size(), isWorthSharing(pairs), [&](std::size_t t, std::size_t next) {
         if (pairs.tiles()[t].runCount > 0) variant.deformTile(makeJob(stage, common, pairs, t, next));
     });
@@ -89,17 +103,26 @@ void deformPoints(const PointStage& stage, ActivePairs& pairs) {
     deformPoints(stage, pairs, activeTable());
 }
 
-void deformPointsOnce(const PointStage& stage, ActivePairs& room) {
+void deformChangingPoints(const PointStage& stage, ActivePairs& pairs) {
     if (stage.pointCount == 0 || stage.blockCount <= 0) return;
     const VariantTable& variant = activeTable();
     ObjectFrame frame;
-    makeObjectFrame(*stage.geoMatrix, *stage.geoMatrixInverse, frame);
-    buildTables(stage, frame, room.tables);
-    const TileJob common = commonJob(stage, frame, room);
-    constexpr std::size_t size = ActivePairs::kUnlistedTilePoints;
-    const bool shared = stage.pointCount >= kFewestSharedPairs / 2; // finding the pairs takes as long again
-    forTiles((stage.pointCount + size - 1) / size, shared, [&](std::size_t t, std::size_t) {
-        ActivePairs::deformUnlisted(stage, variant, placedJob(stage, common, size, t), t);
+    const TileJob common = prepare(stage, frame, pairs);
+    if (!pairs.fits(stage)) {
+        constexpr std::size_t size = ActivePairs::kUnlistedTilePoints;
+        const bool shared =
+            stage.pointCount >= kFewestSharedPairs / 2; // finding the pairs takes as long again
+        forTiles((stage.pointCount + size - 1) / size, shared, [&](std::size_t t, std::size_t) {
+            deformUnlisted(stage, variant, common, t * size, std::min((t + 1) * size, stage.pointCount));
+        });
+        return;
+    }
+    const std::size_t size = pairs.tilePoints();
+    forTiles(pairs.tiles().size(), isWorthSharing(pairs), [&](std::size_t t, std::size_t next) {
+        if (pairs.isStale(t))
+            deformUnlisted(stage, variant, common, t * size, std::min((t + 1) * size, stage.pointCount));
+        else if (pairs.tiles()[t].runCount > 0)
+            variant.deformTile(makeJob(stage, common, pairs, t, next));
     });
 }
 

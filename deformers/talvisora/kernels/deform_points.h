@@ -49,8 +49,9 @@ void deformPoints(const PointStage& stage, ActivePairs& pairs);
 /// The same with a given variant, which this machine must be able to run.
 void deformPoints(const PointStage& stage, ActivePairs& pairs, const VariantTable& variant);
 
-/// The same to the bit for a cache that will not be used again: who acts on whom is found tile by tile and
-/// forgotten. `room` lends its memory only.
-void deformPointsOnce(const PointStage& stage, ActivePairs& room);
+/// The same to the bit for a cache that is likely to change again before the next evaluation: who acts on
+/// whom is found anew, and forgotten, for the points whose listing is stale or, where the list does not fit,
+/// for all. The list stays as it is.
+void deformChangingPoints(const PointStage& stage, ActivePairs& pairs);
 
 } // namespace talvisora

@@ -24,8 +24,9 @@ struct CacheShape {
     std::size_t pointCount = 0;  ///< N
     std::int32_t blockCount = 0; ///< B
     bool valid = false;
-    bool changed = false;              ///< the last rebuild found something else than what was there
-    std::vector<unsigned char> covers; ///< B: the block's envelope lets full weights hide lower blocks
+    bool changed = false;                     ///< the last rebuild found something else than what was there
+    std::vector<unsigned char> changedChunks; ///< working memory of the rebuild
+    std::vector<unsigned char> covers;        ///< B: the block's envelope lets full weights hide lower blocks
 };
 
 /// What the device copies hold.
