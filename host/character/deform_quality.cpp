@@ -3,6 +3,8 @@
 // went. Edge ratios go into a histogram of logarithms: any number of frames in constant memory, to 0.1 %.
 #include "host/character/deform_quality.h"
 
+#include "host/box.h"
+
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -25,15 +27,6 @@ double foldAngle(const std::vector<Vec3d>& p, const Triangle& left, const Triang
     return std::atan2(length(cross(n, m)), dot(n, m));
 }
 
-double diagonal(const std::vector<Vec3d>& points) {
-    Vec3d low{HUGE_VAL, HUGE_VAL, HUGE_VAL}, high = -low;
-    for (const Vec3d& p : points) {
-        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
-    }
-    return points.empty() ? 0.0 : length(high - low);
-}
-
 double percentile(const std::vector<std::uint64_t>& histogram, std::uint64_t count, double fraction) {
     if (count == 0) return 1.0;
     const double target = fraction * static_cast<double>(count - 1);
@@ -50,7 +43,7 @@ double percentile(const std::vector<std::uint64_t>& histogram, std::uint64_t cou
 
 DeformQuality::DeformQuality(std::vector<Vec3d> rest, std::vector<Triangle> triangles)
     : rest_(std::move(rest)), triangles_(std::move(triangles)) {
-    diagonal_ = diagonal(rest_);
+    diagonal_ = boxRound(rest_).diagonal();
     restVolume_ = volume(rest_);
     std::map<std::pair<std::uint32_t, std::uint32_t>, std::vector<int>> facesOfEdge;
     for (std::size_t t = 0; t < triangles_.size(); ++t)

@@ -3,6 +3,7 @@
 // joints as an indented tree, chains, clips, and what was noticed on the way.
 #include "host/character/describe.h"
 
+#include "host/box.h"
 #include "host/figures.h"
 
 #include <algorithm>
@@ -12,15 +13,6 @@
 namespace talvisora::host {
 
 namespace {
-
-double sizeOf(const std::vector<Vec3d>& points) {
-    Vec3d low{HUGE_VAL, HUGE_VAL, HUGE_VAL}, high = -low;
-    for (const Vec3d& p : points) {
-        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
-    }
-    return points.empty() ? 0.0 : length(high - low);
-}
 
 ChainDescription describeChain(const std::map<std::string, std::string>& parents, const RigBlock& block) {
     ChainDescription chain;
@@ -42,7 +34,7 @@ CharacterDescription describeCharacter(const Character& character, const AutoRig
     d.metresPerFileUnit = character.metresPerFileUnit;
     d.unitFromMetadata = character.unitFromMetadata;
     d.evaluationPerFileUnit = character.evaluationPerFileUnit;
-    d.size = sizeOf(character.points);
+    d.size = boxRound(character.points).diagonal();
     d.meshes = character.meshes.size();
     d.vertices = character.vertexCount();
     d.points = character.points.size();

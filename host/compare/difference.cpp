@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/compare/difference.h"
 
+#include "host/box.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -46,14 +48,13 @@ void DifferenceMeter::keep(double distance) {
 void DifferenceMeter::addFrame(int frame, const std::vector<Vec3d>& first, const std::vector<Vec3d>& second,
                                const std::vector<bool>& left) {
     ++sum_.frames;
-    Vec3d low{HUGE_VAL, HUGE_VAL, HUGE_VAL}, high{-HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
+    Box box;
     const std::size_t count = std::min(first.size(), second.size());
     for (std::size_t i = 0; i < count; ++i) {
         const Vec3d &a = first[i], &b = second[i];
         const bool goodA = isFinite(a), goodB = isFinite(b);
         if (goodA) {
-            low = {std::min(low.x, a.x), std::min(low.y, a.y), std::min(low.z, a.z)};
-            high = {std::max(high.x, a.x), std::max(high.y, a.y), std::max(high.z, a.z)};
+            box.add(a);
             sum_.largestCoordinate = std::max(sum_.largestCoordinate, largestOf(a));
         }
         if (i < left.size() && left[i]) continue;
@@ -79,7 +80,7 @@ void DifferenceMeter::addFrame(int frame, const std::vector<Vec3d>& first, const
             sum_.worstSecond = b;
         }
     }
-    if (low.x <= high.x) sum_.diagonal = std::max(sum_.diagonal, distance(low, high));
+    if (box.low.x <= box.high.x) sum_.diagonal = std::max(sum_.diagonal, distance(box.low, box.high));
 }
 
 Difference DifferenceMeter::result() const {

@@ -3,6 +3,8 @@
 // those behind itself in the order, so that each pair is tested once.
 #include "host/quality/crossings.h"
 
+#include "host/box.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numeric>
@@ -27,18 +29,6 @@ bool pierces(const Vec3d& p, const Vec3d& q, const Vec3d (&t)[3]) {
     const double u = side(p, q, t[0], t[1]), v = side(p, q, t[1], t[2]), w = side(p, q, t[2], t[0]);
     return (u >= 0.0 && v >= 0.0 && w >= 0.0) || (u <= 0.0 && v <= 0.0 && w <= 0.0);
 }
-
-struct Box {
-    Vec3d low{HUGE_VAL, HUGE_VAL, HUGE_VAL}, high{-HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
-    void add(const Vec3d& p) {
-        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
-    }
-    bool meets(const Box& o) const {
-        return low.x <= o.high.x && o.low.x <= high.x && low.y <= o.high.y && o.low.y <= high.y &&
-               low.z <= o.high.z && o.low.z <= high.z;
-    }
-};
 
 double along(const Vec3d& v, int axis) {
     return axis == 0 ? v.x : axis == 1 ? v.y : v.z;

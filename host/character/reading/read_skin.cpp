@@ -2,6 +2,7 @@
 // Meshes, weights and points. Files split a vertex wherever its normal or its texture coordinate jumps; for
 // the deformation those of equal position (to 1e-6 of the size) and equal weights are one point. Vertices of
 // equal position but other weights stay apart: lips and eyelids must not be averaged.
+#include "host/box.h"
 #include "host/character/reading/parts.h"
 #include "host/character/reading/scene_convert.h"
 #include "host/figures.h"
@@ -172,13 +173,10 @@ private:
 };
 
 double diagonalOf(const std::vector<CharacterMesh>& meshes) {
-    Vec3d low{HUGE_VAL, HUGE_VAL, HUGE_VAL}, high = -low;
+    Box box;
     for (const CharacterMesh& mesh : meshes)
-        for (const Vec3d& p : mesh.positions) {
-            low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
-            high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
-        }
-    return low.x <= high.x ? length(high - low) : 0.0;
+        for (const Vec3d& p : mesh.positions) box.add(p);
+    return box.diagonal();
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 // axes; and it drops the last joint's bend, so a chain that ends in a moving joint gets one record more.
 #include "host/character/rigging/chain_frames.h"
 
+#include "host/box.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -13,15 +15,6 @@ namespace {
 constexpr double kReach = 0.95;        // percentile of the points' distances
 constexpr double kLeastOfBone = 0.25;  // of the last bone
 constexpr double kLeastOfSize = 0.005; // of the bounding box
-
-double diagonal(const std::vector<Vec3d>& points) {
-    Vec3d low{HUGE_VAL, HUGE_VAL, HUGE_VAL}, high = -low;
-    for (const Vec3d& p : points) {
-        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
-    }
-    return points.empty() ? 0.0 : length(high - low);
-}
 
 Vec3d centroid(const std::vector<Vec3d>& points, const std::vector<double>& shares) {
     Vec3d sum;
@@ -60,7 +53,8 @@ Vec3d virtualEnd(const Character& character, const Chain& chain, const std::vect
         std::nth_element(reach.begin(), at, reach.end());
         distance = *at;
     }
-    distance = std::max({distance, kLeastOfBone * length(bone), kLeastOfSize * diagonal(character.points)});
+    distance = std::max(
+        {distance, kLeastOfBone * length(bone), kLeastOfSize * boxRound(character.points).diagonal()});
     return origin + direction * distance;
 }
 

@@ -2,6 +2,8 @@
 // Order: what moves points; fold coincident joints; fold twist helpers; leave out what moves nothing; run the
 // chains; cut the long ones.
 #include "host/character/rigging/chains.h"
+
+#include "host/box.h"
 #include "host/character/rigging/joint_motion.h"
 
 #include <algorithm>
@@ -16,15 +18,6 @@ constexpr double kStiff = 5e-3;           // radians: less counts as never turni
 constexpr double kTwistSwing = 0.1;       // radians: a twist helper keeps its axis
 constexpr double kTwistOffAxis = 0.02;    // of the bone's length
 constexpr std::size_t kSharedRecords = 1; // neighbouring pieces share the joint at the cut
-
-double sizeOf(const Character& character) {
-    Vec3d low{HUGE_VAL, HUGE_VAL, HUGE_VAL}, high = -low;
-    for (const Vec3d& p : character.points) {
-        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
-    }
-    return character.points.empty() ? 0.0 : length(high - low);
-}
 
 struct Planner {
     const Character& character;
@@ -218,7 +211,7 @@ struct Planner {
 ChainPlan planChains(const Character& character, std::size_t recordLimit) {
     Planner planner{character};
     const std::size_t count = character.joints.size();
-    planner.size = sizeOf(character);
+    planner.size = boxRound(character.points).diagonal();
     planner.weighted.assign(count, 0);
     planner.kept.assign(count, 1);
     planner.solo.assign(count, 0);
