@@ -19,10 +19,14 @@ namespace talvisora {
 
 namespace {
 
+/// Up to this number of blocks a mesh may go in smaller tiles: its runs stay long all the same.
+constexpr int kFewBlocks = 2;
+
 /// The larger a tile, the longer its runs and the fewer pairs are left over at their ends; the largest one
 /// still fits the second-level cache. A small mesh is to be divided among the threads all the same.
 std::size_t tilePointsFor(const PointStage& stage) {
-    const std::size_t tiles = 4 * static_cast<std::size_t>(tbb::this_task_arena::max_concurrency());
+    const std::size_t perThread = stage.blockCount <= kFewBlocks ? 8 : 4;
+    const std::size_t tiles = perThread * static_cast<std::size_t>(tbb::this_task_arena::max_concurrency());
     std::size_t points = kMostTilePoints;
     while (points > 1024 && stage.pointCount < tiles * points) points /= 2;
     return points;
